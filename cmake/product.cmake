@@ -1,0 +1,27 @@
+# The shared library. Its objects are a library of their own, so that unit
+# tests link the very objects that ship.
+set(PRODUCT_FOLDERS runtime devcmd video audio firmware control camera)
+set(PRODUCT_SOURCES)
+foreach(folder IN LISTS PRODUCT_FOLDERS)
+    file(GLOB folder_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+    list(APPEND PRODUCT_SOURCES ${folder_sources})
+endforeach()
+
+add_library(torvik_objects OBJECT ${PRODUCT_SOURCES})
+target_include_directories(torvik_objects PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+target_link_libraries(torvik_objects PUBLIC torvik_identities PkgConfig::LIBUSB Threads::Threads
+                                     PRIVATE torvik_warnings)
+
+add_library(torvik_camera SHARED)
+target_link_libraries(torvik_camera PRIVATE torvik_objects)
+target_link_options(torvik_camera PRIVATE
+    -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map
+    -Wl,--as-needed)
+if(NOT TORVIK_SANITIZE)
+    target_link_options(torvik_camera PRIVATE -Wl,--no-undefined)
+endif()
+set_target_properties(torvik_camera PROPERTIES
+    LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+install(TARGETS torvik_camera LIBRARY DESTINATION lib)
+install(DIRECTORY api DESTINATION include/torvik FILES_MATCHING PATTERN "*.h")

@@ -1,0 +1,8 @@
+# The asan and tsan presets instrument every target, tests included.
+if(TORVIK_SANITIZE)
+    add_compile_options(-fsanitize=${TORVIK_SANITIZE} -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=${TORVIK_SANITIZE})
+    if(TORVIK_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize-recover=undefined)
+    endif()
+endif()
