@@ -1,0 +1,169 @@
+// From isochronous packets to PCM chunks.
+
+#include <algorithm>
+#include <cstring>
+
+#include "audio/transfer_param.h"
+#include "audio/uac_transport.h"
+#include "runtime/debug_log.h"
+#include "runtime/sleep.h"
+
+namespace {
+
+constexpr long kEventSliceMicroseconds = 33000;
+constexpr unsigned long kIdleSleepMicroseconds = 500;
+/// A chunk that grows this far starts again at the front of its buffer.
+constexpr std::uint32_t kChunkWrap = 16000;
+
+}  // namespace
+
+void CLibUSB_UacCtrl::handle_libusb_event()
+{
+    {
+        const MutexGuard guard(m_event_mutex);
+        timeval slice = {0, kEventSliceMicroseconds};
+        libusb_handle_events_timeout(m_context, &slice);
+    }
+    // Leaves teardown a chance at the lock.
+    if (!m_streaming)
+        SleepMicroseconds(kIdleSleepMicroseconds);
+}
+
+void LIBUSB_CALL CLibUSB_UacCtrl::callback(libusb_transfer* transfer)
+{
+    auto* const param = static_cast<TransferCbParam*>(transfer->user_data);
+    if (param == nullptr)
+        return;
+    CLibUSB_UacCtrl* const owner = param->owner;
+    if (owner == nullptr)
+        return;
+    const CamMutexGuard guard(owner->m_completion_lock);
+    owner->m_in_flight[param->index] = false;
+    if (owner->m_ring != nullptr)
+        owner->HandleCompletion(transfer);
+}
+
+/// A transfer that ends in any way but success or time-out leaves circulation
+/// for the rest of the stream.
+void CLibUSB_UacCtrl::HandleCompletion(libusb_transfer* transfer)
+{
+    static constexpr char kFunction[] = "callback";
+    switch (transfer->status) {
+    case LIBUSB_TRANSFER_COMPLETED:
+        FillAudioData(transfer);
+        break;
+    case LIBUSB_TRANSFER_TIMED_OUT:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_TIMED_OUT! EP = %x\n",
+                   transfer->endpoint);
+        FillAudioData(transfer);  // the packets that did arrive
+        break;
+    case LIBUSB_TRANSFER_CANCELLED:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_CANCELLED!\n");
+        break;
+    case LIBUSB_TRANSFER_NO_DEVICE:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_NO_DEVICE \r\n");
+        break;
+    case LIBUSB_TRANSFER_OVERFLOW:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_OVERFLOW! EP = %x\n",
+                   transfer->endpoint);
+        break;
+    default:
+        CAM_LOG_AS(kFunction, kLogDebugging, "Audio Transfer Unknown Status=%d\r\n",
+                   static_cast<int>(transfer->status));
+        break;
+    }
+}
+
+void CLibUSB_UacCtrl::Resubmit(libusb_transfer* transfer)
+{
+    if (!m_streaming) {
+        CAM_LOG_AS("FillAudioData", kLogDebugging, "Stop submit audio transfer.\r\n");
+        return;
+    }
+    Submit(transfer, static_cast<TransferCbParam*>(transfer->user_data)->index);
+}
+
+void CLibUSB_UacCtrl::FillAudioData(libusb_transfer* transfer)
+{
+    // The ring's only producer is here, under the completion lock, so a slot
+    // that is free now stays free.
+    const int filled = m_ring->Count();
+    if (filled >= m_ring->Capacity()) {
+        CAM_LOG(kLogDebugging, "Audio frame drop. %d buf, %d offset\r\n", filled, 0);
+        Resubmit(transfer);
+        return;
+    }
+    m_fill_frame = m_ring->Acquire();
+    m_fill_frame->size = CopyPackets(transfer, m_fill_frame->Data());
+    m_fill_frame = nullptr;
+    m_ring->Commit();
+    Resubmit(transfer);
+}
+
+/// Copies the packets' data back to back; the length of the chunk.
+std::uint32_t CLibUSB_UacCtrl::CopyPackets(const libusb_transfer* transfer,
+                                           unsigned char* chunk) const
+{
+    std::uint32_t offset = 0;
+    std::size_t packet_start = 0;
+    for (int i = 0; i < transfer->num_iso_packets; ++i) {
+        const libusb_iso_packet_descriptor& packet = transfer->iso_packet_desc[i];
+        const unsigned char* const data = transfer->buffer + packet_start;
+        packet_start += packet.length;
+        const std::uint32_t actual = std::min(packet.actual_length, packet.length);
+        if (actual == 0)
+            continue;
+        if (offset + actual < kChunkWrap) {
+            std::memcpy(chunk + offset, data, actual);
+            offset += actual;
+            continue;
+        }
+        const std::uint32_t head = kChunkWrap > offset ? kChunkWrap - offset : 0;
+        const std::uint32_t rest = actual - head;
+        std::memcpy(chunk + offset, data, head);
+        CAM_LOG_AS("FillAudioData", kLogDebugging, "offset  =%d\n", static_cast<int>(offset));
+        CAM_LOG_AS("FillAudioData", kLogDebugging, "acture = %d\n", static_cast<int>(actual));
+        std::memcpy(chunk, data + head, rest);
+        offset = rest;
+    }
+    return offset;
+}
+
+unsigned CLibUSB_UacCtrl::ReadFrame(unsigned char* dst, unsigned len)
+{
+    if (m_ring == nullptr)
+        return 0;
+    CFrameBuf* const frame = m_ring->Peek();
+    if (frame == nullptr)
+        return 0;
+    const unsigned copied = std::min<unsigned>(frame->size, len);
+    if (copied > 0)
+        std::memcpy(dst, frame->Data(), copied);
+    m_ring->Release();
+    return copied;
+}
+
+int CLibUSB_UacCtrl::DequeFrameBuf(unsigned char** data, unsigned* size)
+{
+    *data = nullptr;
+    *size = 0;
+    if (m_ring == nullptr)
+        return 0;
+    CFrameBuf* const frame = m_ring->Peek();
+    if (frame == nullptr)
+        return 0;
+    if (frame->size == 0) {
+        m_ring->Release();
+        return 0;
+    }
+    *data = frame->Data();
+    *size = frame->size;
+    return static_cast<int>(frame->size);
+}
+
+int CLibUSB_UacCtrl::QueueFrameBuf()
+{
+    if (m_ring != nullptr)
+        m_ring->Release();
+    return 0;
+}

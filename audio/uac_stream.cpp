@@ -1,0 +1,214 @@
+// Start and teardown of the audio stream.
+
+#include <algorithm>
+#include <iterator>
+
+#include "audio/transfer_param.h"
+#include "audio/uac_constants.h"
+#include "audio/uac_transport.h"
+#include "runtime/debug_log.h"
+#include "runtime/sleep.h"
+
+namespace {
+
+constexpr char kEnable[] = "UAC_EnableAudioStream";
+constexpr unsigned kIsoTimeoutMs = 1000;
+constexpr unsigned long kCancelSettleMs = 400;
+constexpr unsigned kMaxPumpPasses = 10;
+constexpr unsigned kMaxSettlePolls = 1000;
+constexpr unsigned long kSettlePollMs = 1;
+
+}  // namespace
+
+int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
+{
+    if (m_streaming)
+        UAC_DisableAudioStream();
+    if (m_device_handle == nullptr)
+        return -1;
+
+    CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::UAC_EnableAudioStream  %d Hz\r\n", rate);
+    if (!NegotiateRate(rate) || !ReadVolumeRange())
+        return -1;
+    ChooseInitialVolume();
+
+    if (libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface,
+                                         kStreamingSetting) < 0) {
+        CAM_LOG(kLogDebugging, "UAC_EnableAudioStream Error: IF = 3, Alt = 1");
+        return -1;
+    }
+
+    const int result = PrepareStream();
+    if (result < 0)
+        return result;
+    UAC_SetCurVolume(m_current_volume);
+    return 0;
+}
+
+int CLibUSB_UacCtrl::PrepareStream()
+{
+    const MutexGuard guard(m_event_mutex);
+    if (!AllocateTransfers())
+        return -1;
+    m_packet_size = libusb_get_max_iso_packet_size(m_device, kAudioEndpoint);
+    if (m_packet_size < 1) {
+        CAM_LOG_AS(kEnable, kLogDebugging, "libusb_get_max_iso_packet_size Fail");
+        return -1;
+    }
+
+    m_streaming = true;
+    const int transfer_size = m_iso_packets * m_packet_size;
+    const std::size_t buffer_size = std::max(TransferCbParam::kMinBufferSize,
+                                             static_cast<std::size_t>(transfer_size));
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        m_params[i] =
+            std::make_unique<TransferCbParam>(this, static_cast<std::uint8_t>(i), buffer_size);
+        libusb_fill_iso_transfer(m_transfers[i], m_device_handle, kAudioEndpoint,
+                                 m_params[i]->buffer, transfer_size, m_iso_packets, callback,
+                                 m_params[i].get(), kIsoTimeoutMs);
+        libusb_set_iso_packet_lengths(m_transfers[i], static_cast<unsigned>(m_packet_size));
+    }
+    DeleteRing();
+    DeleteFrames();
+    for (CFrameBuf*& frame : m_frames)
+        frame = new CFrameBuf(static_cast<std::size_t>(transfer_size));
+    {
+        const CamMutexGuard completion_guard(m_completion_lock);
+        m_ring = new CFrameBufQueue(m_frames, kFrameBuffers);
+    }
+    const int result = SubmitTransfers();
+    if (result == 0)
+        m_streaming = true;
+    return result;
+}
+
+bool CLibUSB_UacCtrl::AllocateTransfers()
+{
+    PumpCancellations();
+    FreeTransfers();
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        if (m_transfers[i] != nullptr) {
+            // Still in flight although its stream has long ended: given up.
+            m_params[i]->owner = nullptr;
+            static_cast<void>(m_params[i].release());
+            m_in_flight[i] = false;
+        }
+        m_transfers[i] = libusb_alloc_transfer(m_iso_packets);
+    }
+    return std::all_of(std::begin(m_transfers), std::end(m_transfers),
+                       [](const libusb_transfer* transfer) { return transfer != nullptr; });
+}
+
+int CLibUSB_UacCtrl::SubmitTransfers()
+{
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        if (Submit(m_transfers[i], i) >= 0)
+            continue;
+        // What was submitted before stays until the next disable.
+        CAM_LOG_AS(kEnable, kLogDebugging, "libusb_fill_iso_transfer error: Audio %d\n",
+                   static_cast<int>(i));
+        libusb_free_transfer(m_transfers[i]);
+        m_transfers[i] = nullptr;
+        return -1;
+    }
+    return 0;
+}
+
+int CLibUSB_UacCtrl::Submit(libusb_transfer* transfer, unsigned index)
+{
+    // Set first: the completion may run on another thread before submit returns.
+    m_in_flight[index] = true;
+    const int result = libusb_submit_transfer(transfer);
+    if (result < 0)
+        m_in_flight[index] = false;
+    return result;
+}
+
+int CLibUSB_UacCtrl::UAC_DisableAudioStream()
+{
+    if (m_device_handle == nullptr)
+        return -1;
+    m_streaming = false;
+    {
+        const MutexGuard guard(m_event_mutex);
+        for (libusb_transfer* const transfer : m_transfers) {
+            if (transfer != nullptr)
+                libusb_cancel_transfer(transfer);
+        }
+    }
+    PumpCancellations();
+    if (libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface,
+                                         kIdleSetting) < 0) {
+        CAM_LOG(kLogDebugging, "UAC_DisableAudioStream: IF = 3, Alt = 0 Error!!");
+        return -1;
+    }
+    SleepMilliseconds(kCancelSettleMs);
+    WaitForCancellations();
+
+    const MutexGuard guard(m_event_mutex);
+    FreeTransfers();
+    DeleteRing();
+    DeleteFrames();
+    return 0;
+}
+
+void CLibUSB_UacCtrl::PumpCancellations()
+{
+    // Without an event thread nobody else would.
+    if (m_event_thread_running)
+        return;
+    for (unsigned pass = 0; AnyInFlight() && pass < kMaxPumpPasses; ++pass)
+        handle_libusb_event();
+}
+
+void CLibUSB_UacCtrl::WaitForCancellations()
+{
+    // A loaded machine may need longer than the fixed time; a device that went
+    // silent never ends.
+    for (unsigned poll = 0; AnyInFlight() && poll < kMaxSettlePolls; ++poll)
+        SleepMilliseconds(kSettlePollMs);
+}
+
+bool CLibUSB_UacCtrl::AnyInFlight() const
+{
+    return std::any_of(std::begin(m_in_flight), std::end(m_in_flight),
+                       [](const std::atomic<bool>& in_flight) { return in_flight.load(); });
+}
+
+/// Frees what is not in flight.
+void CLibUSB_UacCtrl::FreeTransfers()
+{
+    const CamMutexGuard guard(m_completion_lock);
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        if (m_in_flight[i])
+            continue;
+        m_params[i].reset();
+        if (m_transfers[i] != nullptr)
+            libusb_free_transfer(m_transfers[i]);
+        m_transfers[i] = nullptr;
+    }
+}
+
+void CLibUSB_UacCtrl::DeleteRing()
+{
+    CFrameBufQueue* ring;
+    {
+        const CamMutexGuard guard(m_completion_lock);
+        ring = m_ring;
+        m_ring = nullptr;
+    }
+    if (ring == nullptr)
+        return;
+    ring->Close();
+    ring->DrainWaiters();
+    delete ring;
+}
+
+void CLibUSB_UacCtrl::DeleteFrames()
+{
+    for (CFrameBuf*& frame : m_frames) {
+        delete frame;
+        frame = nullptr;
+    }
+    m_fill_frame = nullptr;
+}

@@ -1,0 +1,148 @@
+// Finding, opening and closing the controller.
+
+#include <libusb.h>
+
+#include "api/device_commands.h"
+#include "runtime/debug_log.h"
+
+namespace {
+
+constexpr int kLastClaimable = kNoInterface - 1;
+
+void FreeList(libusb_device** list, ssize_t count)
+{
+    // Any non-zero second argument drops the list's references to its devices.
+    libusb_free_device_list(list, static_cast<int>(count));
+}
+
+}  // namespace
+
+libusb_device* FindKelDevice(libusb_device** list, unsigned short vendorId,
+                             unsigned short productId)
+{
+    if (list == nullptr)
+        return nullptr;
+    for (; *list != nullptr; ++list) {
+        libusb_device_descriptor descriptor = {};
+        if (libusb_get_device_descriptor(*list, &descriptor) < 0) {
+            CAM_LOG(kLogFatal, "failed to get device descriptor");
+            return nullptr;
+        }
+        if (descriptor.idVendor == vendorId && descriptor.idProduct == productId)
+            return *list;
+    }
+    return nullptr;
+}
+
+bool CheckDeviceExist(unsigned short vendorId, unsigned short productId)
+{
+    libusb_context* context = nullptr;
+    CAM_LOG(kLogDebugging, "lubusb initialized. \r\n");
+    const int error = libusb_init(&context);
+    if (error < 0) {
+        if (context != nullptr)
+            libusb_exit(context);
+        CAM_LOG(kLogFatal, "libusb_init return error 0x%X,\r\n", static_cast<unsigned>(error));
+        return false;
+    }
+
+    CAM_LOG(kLogDebugging, "libusb_get_device_list\r\n");
+    libusb_device** list = nullptr;
+    const ssize_t count = libusb_get_device_list(context, &list);
+    CAM_LOG(kLogDebugging, "device count=%d.\r\n", static_cast<int>(count));
+    if (count < 0) {
+        CAM_LOG(kLogFatal, "libusb_get_device_list error 0x%x \r\n",
+                static_cast<unsigned>(count));
+        if (list != nullptr)
+            FreeList(list, count);
+        libusb_exit(context);
+        return false;
+    }
+    if (list == nullptr) {
+        libusb_exit(context);
+        return false;
+    }
+
+    const bool found = FindKelDevice(list, vendorId, productId) != nullptr;
+    const unsigned level = found ? kLogDebugging : kLogFatal;
+    if (!found)
+        CAM_LOG(level, "No KEL device has been detected.\r\n");
+    CAM_LOG(level, "free device list\r\n");
+    FreeList(list, count);
+    CAM_LOG(level, "libusb_exit\r\n");
+    libusb_exit(context);
+    return found;
+}
+
+_KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
+                             unsigned char interface)
+{
+    libusb_context* context = nullptr;
+    const int init_error = libusb_init(&context);
+    CAM_LOG(kLogDebugging, "libusb initialized. \r\n");
+    if (init_error < 0) {
+        if (context != nullptr)
+            libusb_exit(context);
+        CAM_LOG(kLogFatal, "libusb_init return error 0x%X,\r\n",
+                static_cast<unsigned>(init_error));
+        return nullptr;
+    }
+
+    libusb_device** list = nullptr;
+    const ssize_t count = libusb_get_device_list(context, &list);
+    if (count < 0) {
+        CAM_LOG(kLogFatal, "libusb_get_device_list error 0x%x \r\n",
+                static_cast<unsigned>(count));
+        if (list != nullptr)
+            FreeList(list, count);
+        libusb_exit(context);
+        return nullptr;
+    }
+    if (list == nullptr) {
+        libusb_exit(context);
+        return nullptr;
+    }
+
+    CAM_LOG(kLogDebugging, "get device list.\r\n");
+    libusb_device* const device = FindKelDevice(list, vendorId, productId);
+    if (device == nullptr) {
+        CAM_LOG(kLogFatal, "No KEL device has been detected.\r\n");
+        FreeList(list, count);
+        libusb_exit(context);
+        return nullptr;
+    }
+
+    CAM_LOG(kLogDebugging, "found a usb device.\r\n");
+    libusb_device_handle* handle = nullptr;
+    if (libusb_open(device, &handle) < 0) {
+        // The context stays open: a controller that refuses to open is about to
+        // re-enumerate, and the loader tries again with a new context.
+        FreeList(list, count);
+        return nullptr;
+    }
+
+    int claim_result = 0;
+    if (interface != kNoInterface) {
+        libusb_detach_kernel_driver(handle, interface);
+        claim_result = libusb_claim_interface(handle, interface);
+    }
+    CAM_LOG(kLogDebugging, "OpenKelDevice claim interface. interface=%d hr=%d\r\n", interface,
+            claim_result);
+    if (claim_result < 0)
+        return nullptr;  // handle, list and context stay as they are, as above
+
+    auto* const opened = new _KelDevHandle{handle, context, interface};
+    FreeList(list, count);
+    return opened;
+}
+
+void CloseKelDevice(_KelDevHandle* device)
+{
+    if (device == nullptr)
+        return;
+    if (device->interface <= kLastClaimable)
+        libusb_release_interface(device->handle, device->interface);
+    libusb_close(device->handle);
+    libusb_exit(device->context);
+    delete device;
+}

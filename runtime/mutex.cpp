@@ -1,0 +1,69 @@
+#include "runtime/mutex.h"
+
+#include "runtime/debug_log.h"
+#include "runtime/error_text.h"
+
+namespace {
+
+void InitMutex(pthread_mutex_t* mutex, int type)
+{
+    pthread_mutexattr_t attributes;
+    if (pthread_mutexattr_init(&attributes) != 0) {
+        __FATAL("pthread_mutexattr_init() failed\n");
+        pthread_mutex_init(mutex, nullptr);
+        return;
+    }
+    pthread_mutexattr_settype(&attributes, type);
+    pthread_mutex_init(mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+}
+
+void LockMutex(pthread_mutex_t* mutex)
+{
+    const int error = pthread_mutex_lock(mutex);
+    if (error != 0)
+        __FATAL("pthread_mutex_lock() failed (%s)\n", ErrorText(error).c_str());
+}
+
+}  // namespace
+
+pMutex::pMutex()
+{
+    InitMutex(&m_mutex, PTHREAD_MUTEX_RECURSIVE);
+}
+
+pMutex::~pMutex()
+{
+    pthread_mutex_destroy(&m_mutex);
+}
+
+bool pMutex::Acquire()
+{
+    LockMutex(&m_mutex);
+    return true;
+}
+
+void pMutex::Release()
+{
+    pthread_mutex_unlock(&m_mutex);
+}
+
+CamMutex::CamMutex()
+{
+    InitMutex(&m_mutex, PTHREAD_MUTEX_NORMAL);
+}
+
+CamMutex::~CamMutex()
+{
+    pthread_mutex_destroy(&m_mutex);
+}
+
+void CamMutex::Lock()
+{
+    LockMutex(&m_mutex);
+}
+
+void CamMutex::Unlock()
+{
+    pthread_mutex_unlock(&m_mutex);
+}

@@ -1,0 +1,27 @@
+// The process-wide locks of the library, constructed at load in one file and
+// destroyed at unload. All are recursive.
+//
+// Order, outermost first:
+//   m_start_stop_preview_lock -> m_video_ctrl_lock -> m_observer_lock
+//   -> m_audio_observer_lock -> g_control_transfer_lock
+// with one known exception: SetProperty holds m_video_ctrl_lock while it
+// restarts recording, which takes m_start_stop_preview_lock inside it. Two host
+// threads that use both at once can block each other; the public header says
+// so.
+#ifndef TORVIK_RUNTIME_PROCESS_LOCKS_H
+#define TORVIK_RUNTIME_PROCESS_LOCKS_H
+
+#include "runtime/mutex.h"
+
+/// One USB control transfer of the library at a time.
+extern pMutex g_control_transfer_lock;
+/// Observer lists of video streams, and the crop state.
+extern pMutex m_observer_lock;
+/// Start and stop of recording.
+extern pMutex m_start_stop_preview_lock;
+/// Properties, capabilities, and start and stop of recording.
+extern pMutex m_video_ctrl_lock;
+/// PCM observers.
+extern pMutex m_audio_observer_lock;
+
+#endif

@@ -1,0 +1,53 @@
+// Worker threads with a cooperative stop request.
+#ifndef TORVIK_RUNTIME_THREAD_H
+#define TORVIK_RUNTIME_THREAD_H
+
+#include <atomic>
+#include <pthread.h>
+
+#include "api/cam_export.h"
+
+/// Base of every worker. A subclass implements Run, which polls StopRequested
+/// and returns soon after it became true, and calls Stop in its own destructor,
+/// so that the thread has ended before the subclass's members die.
+///
+/// Start and Stop are called by the owner of the object, one thread at a time.
+/// Stop may also be called by the worker on itself: it then only sets the
+/// request. A detached worker may delete its own object at the end of Run.
+class CAM_API pThread
+{
+public:
+    /// `stackSize` in bytes; 0 or less keeps the system's default.
+    pThread(bool detached, int stackSize);
+    pThread(const pThread&) = delete;
+    pThread& operator=(const pThread&) = delete;
+
+    virtual void Run() = 0;
+    virtual ~pThread();
+    /// Sets the stop request and waits until Run has returned (joinable), or
+    /// cancels the thread (detached).
+    virtual void Stop();
+
+    /// Starts Run on a new thread at the highest priority the process may have
+    /// (the calling thread gets it too). `name` is ignored. A thread that runs
+    /// already goes on running. 0, or the system's error number.
+    int Start(const char* name);
+
+    bool StopRequested() const { return m_stop_requested.load(std::memory_order_acquire); }
+
+    /// Sleeps `ms` milliseconds; the result of nanosleep.
+    static int Sleep(unsigned int ms);
+    static void* thread_func(void* self);
+
+private:
+    bool IsCurrentThread() const;
+
+    pthread_t m_thread;
+    std::atomic<bool> m_stop_requested;
+    std::atomic<bool> m_running;
+    const bool m_detached;
+    const int m_stack_size;
+    std::atomic<bool> m_has_thread;  ///< m_thread is valid and, if joinable, not joined yet
+};
+
+#endif

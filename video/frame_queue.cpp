@@ -1,0 +1,123 @@
+#include "video/frame_queue.h"
+
+#include <cstdint>
+#include <time.h>
+
+#include "runtime/sleep.h"
+
+namespace {
+
+constexpr unsigned long kDrainPollMs = 1;
+
+// Time-outs are measured on a clock that nobody sets.
+std::int64_t MonotonicMs()
+{
+    timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+}  // namespace
+
+CFrameBufQueue::CFrameBufQueue(CFrameBuf** buffers, int capacity)
+    : m_buffers(buffers), m_capacity(capacity)
+{
+}
+
+bool CFrameBufQueue::WaitOnEvent(int timeoutMs)
+{
+    ++m_waiters;
+    const bool triggered = m_event.Wait(m_mutex, timeoutMs);
+    --m_waiters;
+    return triggered;
+}
+
+void CFrameBufQueue::Commit()
+{
+    const MutexGuard guard(m_mutex);
+    m_write_index = Next(m_write_index);
+    if (m_count == 0)
+        m_event.Trigger(m_mutex);
+    ++m_count;
+}
+
+CFrameBuf* CFrameBufQueue::Acquire(const std::atomic<int>* interrupt)
+{
+    const MutexGuard guard(m_mutex);
+    while (m_count == m_capacity) {
+        if (m_closed || (interrupt != nullptr && *interrupt != 0))
+            return nullptr;
+        WaitOnEvent(-1);
+    }
+    return m_buffers[m_write_index];
+}
+
+void CFrameBufQueue::WaitForRoom(int timeoutMs)
+{
+    const MutexGuard guard(m_mutex);
+    if (m_count == m_capacity && !m_closed)
+        WaitOnEvent(timeoutMs);
+}
+
+void CFrameBufQueue::WakeProducer()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_count == m_capacity)
+        m_event.Trigger(m_mutex);
+}
+
+CFrameBuf* CFrameBufQueue::Peek()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_count == 0 && !m_closed) {
+        const std::int64_t deadline = MonotonicMs() + kConsumerWaitMs;
+        int left = kConsumerWaitMs;
+        // A condition variable may wake for no reason.
+        while (m_count == 0 && !m_closed && left > 0 && WaitOnEvent(left))
+            left = static_cast<int>(deadline - MonotonicMs());
+    }
+    return m_count == 0 ? nullptr : m_buffers[m_read_index];
+}
+
+void CFrameBufQueue::Release()
+{
+    const MutexGuard guard(m_mutex);
+    if (m_count == 0)
+        return;
+    m_read_index = Next(m_read_index);
+    if (m_count == m_capacity)
+        m_event.Trigger(m_mutex);
+    --m_count;
+}
+
+void CFrameBufQueue::Close()
+{
+    const MutexGuard guard(m_mutex);
+    m_closed = true;
+    m_event.Trigger(m_mutex);
+}
+
+bool CFrameBufQueue::IsClosed()
+{
+    const MutexGuard guard(m_mutex);
+    return m_closed;
+}
+
+void CFrameBufQueue::DrainWaiters()
+{
+    for (;;) {
+        {
+            const MutexGuard guard(m_mutex);
+            if (m_waiters == 0)
+                return;
+            m_event.Trigger(m_mutex);
+        }
+        SleepMilliseconds(kDrainPollMs);
+    }
+}
+
+int CFrameBufQueue::Count()
+{
+    const MutexGuard guard(m_mutex);
+    return m_count;
+}

@@ -1,0 +1,69 @@
+// The ring between an event thread and a capture thread.
+#ifndef TORVIK_VIDEO_FRAME_QUEUE_H
+#define TORVIK_VIDEO_FRAME_QUEUE_H
+
+#include <atomic>
+
+#include "runtime/mutex.h"
+#include "runtime/sync_event.h"
+#include "video/frame_buffer.h"
+
+/// A ring of frame buffers for exactly one producer and one consumer; any
+/// thread may close it. Frames are lent, never copied or overwritten.
+///
+/// The one event serves both sides: they never sleep at the same time, since
+/// one waits for a full ring and the other for an empty one.
+class CFrameBufQueue
+{
+public:
+    static constexpr int kConsumerWaitMs = 500;
+
+    /// `buffers` is the owner's array of `capacity` buffers.
+    CFrameBufQueue(CFrameBuf** buffers, int capacity);
+
+    /// Producer: the buffer being written is complete.
+    void Commit();
+    /// Producer: the next buffer to write. Sleeps while the ring is full, until
+    /// the consumer releases a buffer, the ring is closed or `*interrupt` is
+    /// not 0; null when it is full still.
+    CFrameBuf* Acquire(const std::atomic<int>* interrupt = nullptr);
+    /// Producer: sleeps up to `timeoutMs` while the ring is full and open.
+    void WaitForRoom(int timeoutMs);
+    /// Wakes a producer that sleeps in Acquire, so that it looks at its
+    /// interrupt flag.
+    void WakeProducer();
+
+    /// Consumer: the oldest complete frame, lent until Release. Sleeps up to
+    /// 500 ms while there is none; null when there is none still, and at once
+    /// when the ring is closed.
+    CFrameBuf* Peek();
+    /// Consumer: gives the lent frame back.
+    void Release();
+
+    /// From now on nobody sleeps on this ring; sleepers wake.
+    void Close();
+    bool IsClosed();
+    /// Returns when nobody sleeps on the ring any more. Before deleting it.
+    void DrainWaiters();
+
+    /// Complete frames not yet released.
+    int Count();
+    int Capacity() const { return m_capacity; }
+
+private:
+    int Next(int index) const { return index < m_capacity - 1 ? index + 1 : 0; }
+    bool WaitOnEvent(int timeoutMs);
+
+    // Guarded by m_mutex, but for the constants.
+    CFrameBuf** const m_buffers;
+    const int m_capacity;
+    int m_write_index = 0;
+    int m_read_index = 0;
+    int m_count = 0;
+    int m_waiters = 0;
+    bool m_closed = false;
+    pMutex m_mutex;
+    pSyncEvent m_event;
+};
+
+#endif

@@ -1,0 +1,280 @@
+// From bulk payloads to frames.
+
+#include <algorithm>
+#include <cstring>
+
+#include "runtime/debug_log.h"
+#include "runtime/sleep.h"
+#include "video/transfer_param.h"
+#include "video/uvc_transport.h"
+
+namespace {
+
+/// Payload header (UVC 1.0, 2.4.3.2.2), as this camera sends it.
+constexpr unsigned kHeaderLength = 12;
+constexpr unsigned kHeaderLengthOffset = 0;
+constexpr unsigned kHeaderInfoOffset = 1;
+constexpr unsigned char kFrameId = 0x01;
+constexpr unsigned char kEndOfFrame = 0x02;
+constexpr unsigned char kError = 0x40;
+
+constexpr int kEventSliceMs = 33;
+constexpr unsigned long kIdleSleepMicroseconds = 500;
+
+unsigned ReceivedLength(const libusb_transfer* transfer)
+{
+    return static_cast<unsigned>(std::clamp(transfer->actual_length, 0, transfer->length));
+}
+
+}  // namespace
+
+bool CLibUSB_UvcCtrl::OnEventThread() const
+{
+    return pthread_equal(m_event_pass_thread, pthread_self()) != 0;
+}
+
+void CLibUSB_UvcCtrl::handle_libusb_event()
+{
+    {
+        const MutexGuard guard(m_transfer_lock);
+        m_event_pass_thread = pthread_self();
+        if (TakeParkedTransfers()) {
+            timeval slice = {0, kEventSliceMs * 1000};
+            libusb_handle_events_timeout(m_context, &slice);
+        } else {
+            // The ring is full and a control request is under way, whose caller
+            // handles the events meanwhile. Waiting here rather than in libusb,
+            // this thread goes on as soon as there is room.
+            m_frame_queue->WaitForRoom(kEventSliceMs);
+        }
+        m_event_pass_thread = pthread_t();
+    }
+    // Leaves teardown a chance at the lock.
+    if (!m_streaming)
+        SleepMicroseconds(kIdleSleepMicroseconds);
+}
+
+void LIBUSB_CALL CLibUSB_UvcCtrl::callback(libusb_transfer* transfer)
+{
+    auto* const param = static_cast<TransferCbParam*>(transfer->user_data);
+    if (param == nullptr)
+        return;
+    CLibUSB_UvcCtrl* const owner = param->owner;
+    if (owner != nullptr)
+        owner->OnCompletion(transfer, param->index);
+}
+
+void CLibUSB_UvcCtrl::OnCompletion(libusb_transfer* transfer, unsigned index)
+{
+    if (!OnEventThread()) {
+        // A thread waiting for its control request: see the class comment.
+        const CamMutexGuard guard(m_park_lock);
+        if (m_frame_queue != nullptr)
+            m_parked.PushBack(transfer);
+        m_in_flight[index] = false;
+        return;
+    }
+
+    m_in_flight[index] = false;
+    if (m_frame_queue == nullptr)
+        return;
+    if (!TakeParkedTransfers()) {
+        const CamMutexGuard guard(m_park_lock);
+        m_parked.PushBack(transfer);
+    } else if (!HandleCompletion(transfer)) {
+        const CamMutexGuard guard(m_park_lock);
+        m_parked.PushFront(transfer);
+    }
+}
+
+/// Event thread: takes up what was parked. False when the first of them has to
+/// wait for room in the ring.
+bool CLibUSB_UvcCtrl::TakeParkedTransfers()
+{
+    for (;;) {
+        libusb_transfer* transfer;
+        {
+            const CamMutexGuard guard(m_park_lock);
+            transfer = m_parked.PopFront();
+        }
+        if (transfer == nullptr)
+            return true;
+        if (!HandleCompletion(transfer)) {
+            const CamMutexGuard guard(m_park_lock);
+            m_parked.PushFront(transfer);
+            return false;
+        }
+    }
+}
+
+/// Event thread: false when the transfer's payload has to wait for room in the
+/// ring. A transfer that ends in any way but success or time-out leaves
+/// circulation for the rest of the stream.
+bool CLibUSB_UvcCtrl::HandleCompletion(libusb_transfer* transfer)
+{
+    static constexpr char kFunction[] = "callback";
+    switch (transfer->status) {
+    case LIBUSB_TRANSFER_COMPLETED:
+        return FillVideoBuf_Bulk(transfer);
+    case LIBUSB_TRANSFER_TIMED_OUT:
+        if (!m_awaiting_buffer) {
+            CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_TIMED_OUT! EP = %x\n",
+                       transfer->endpoint);
+        }
+        return FillVideoBuf_Bulk(transfer);
+    case LIBUSB_TRANSFER_CANCELLED:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_CANCELLED!\n");
+        return true;
+    case LIBUSB_TRANSFER_NO_DEVICE:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_NO_DEVICE \r\n");
+        return true;
+    case LIBUSB_TRANSFER_OVERFLOW:
+        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_OVERFLOW! EP = %x\n",
+                   transfer->endpoint);
+        return true;
+    default:
+        // Log readers look for the audio wording in both transports.
+        CAM_LOG_AS(kFunction, kLogDebugging, "Audio Transfer Unknown Status=%d\r\n",
+                   static_cast<int>(transfer->status));
+        return true;
+    }
+}
+
+void CLibUSB_UvcCtrl::Resubmit(libusb_transfer* transfer)
+{
+    if (m_streaming)
+        Submit(transfer, static_cast<TransferCbParam*>(transfer->user_data)->index);
+}
+
+bool CLibUSB_UvcCtrl::FillVideoBuf_Bulk(libusb_transfer* transfer)
+{
+    if (!m_awaiting_buffer) {
+        if (transfer->status == LIBUSB_TRANSFER_TIMED_OUT && m_streaming) {
+            Resubmit(transfer);
+            return true;
+        }
+        if (m_write_locker == nullptr || m_write_locker->Frame() == nullptr) {
+            CAM_LOG(kLogFatal, "Frame Buffer for writing is NULL !!!\r\n");
+            return true;
+        }
+    }
+
+    const unsigned length = ReceivedLength(transfer);
+    if (length > kHeaderInfoOffset) {
+        const unsigned char* const header = transfer->buffer;
+        if (!m_awaiting_buffer) {
+            if (transfer->status != LIBUSB_TRANSFER_COMPLETED)
+                CAM_LOG(kLogDebugging, "status %d\n", static_cast<int>(transfer->status));
+            const unsigned char flags = header[kHeaderInfoOffset];
+            // Either sign will do: the last payload of a frame can get lost, and
+            // the flag with it.
+            if ((flags & kEndOfFrame) != 0 || ((flags ^ m_last_flags) & kFrameId) != 0)
+                CloseFrame(transfer, length);
+        }
+        if (m_write_locker->Frame() == nullptr &&
+            !m_write_locker->AcquireFrame(&m_control_requests)) {
+            m_awaiting_buffer = !m_frame_queue->IsClosed();
+            if (m_awaiting_buffer)
+                return false;
+            CAM_LOG(kLogFatal, "Frame Buffer for writing is NULL !!!\r\n");
+            return true;
+        }
+        m_awaiting_buffer = false;
+
+        if ((header[kHeaderInfoOffset] & kError) != 0) {
+            CAM_LOG(kLogDebugging, "Dropping payload (error bit set).\n");
+            Resubmit(transfer);
+            return true;
+        }
+        if (length > kHeaderLength &&
+            !AppendPayload(header + kHeaderLength, length - kHeaderLength)) {
+            Resubmit(transfer);
+            return true;
+        }
+    } else if (length > 0 && transfer->status != LIBUSB_TRANSFER_COMPLETED) {
+        CAM_LOG(kLogDebugging, "status %d\n", static_cast<int>(transfer->status));
+    }
+
+    if (!m_streaming) {
+        CAM_LOG(kLogDebugging, "Stop submit transfer.\r\n");
+        return true;
+    }
+    Resubmit(transfer);
+    return true;
+}
+
+/// A boundary closes the frame gathered so far, before the payload's own data,
+/// which begins the next frame.
+void CLibUSB_UvcCtrl::CloseFrame(libusb_transfer* transfer, unsigned length)
+{
+    unsigned char* const header = transfer->buffer;
+    m_last_flags = header[kHeaderInfoOffset];
+    const unsigned header_length = header[kHeaderLengthOffset];
+    if (header_length != kHeaderLength) {
+        CAM_LOG_AS("FillVideoBuf_Bulk", kLogDebugging, "UVC Payload Header Length = %d\n",
+                   static_cast<int>(header_length));
+        header[kHeaderInfoOffset] |= kError;
+        if (header_length > kHeaderLength && length > kHeaderLength) {
+            // The bytes land behind the frame and are not counted.
+            const std::size_t room = m_max_frame_size - static_cast<unsigned>(m_filled);
+            std::memcpy(m_write_locker->Frame()->Data() + m_filled, header + kHeaderLength,
+                        std::min<std::size_t>(length - kHeaderLength, room));
+        }
+    }
+    if (m_filled > 0)
+        m_write_locker->CommitFrame(static_cast<std::uint32_t>(m_filled));
+    m_filled = 0;
+}
+
+/// False when the data does not fit; the frame in progress keeps what it has.
+bool CLibUSB_UvcCtrl::AppendPayload(const unsigned char* data, unsigned length)
+{
+    const std::uint64_t new_length = static_cast<std::uint64_t>(m_filled) + length;
+    if (new_length > m_max_frame_size) {
+        CAM_LOG_AS("FillVideoBuf_Bulk", kLogDebugging, "Fram size exceed MaxFrameSize!! %d\n",
+                   static_cast<int>(new_length));
+        return false;
+    }
+    std::memcpy(m_write_locker->Frame()->Data() + m_filled, data, length);
+    m_filled = static_cast<int>(new_length);
+    return true;
+}
+
+int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
+{
+    *data = nullptr;
+    *size = 0;
+    if (m_frame_queue == nullptr)
+        return 0;
+    CFrameBuf* const frame = m_frame_queue->Peek();
+    if (frame == nullptr)
+        return 0;
+    if (frame->size == 0) {
+        m_frame_queue->Release();
+        return 0;
+    }
+    *data = frame->Data();
+    *size = frame->size;
+    return static_cast<int>(frame->size);
+}
+
+int CLibUSB_UvcCtrl::QueueFrameBuf()
+{
+    if (m_frame_queue != nullptr)
+        m_frame_queue->Release();
+    return 0;
+}
+
+unsigned int CLibUSB_UvcCtrl::ReadFrame(unsigned char* dst, unsigned int maxLength)
+{
+    if (m_frame_queue == nullptr)
+        return 0;
+    CFrameBuf* const frame = m_frame_queue->Peek();
+    if (frame == nullptr)
+        return 0;
+    const unsigned copied = std::min<unsigned>(frame->size, maxLength);
+    if (copied > 0)
+        std::memcpy(dst, frame->Data(), copied);
+    m_frame_queue->Release();
+    return copied;
+}
