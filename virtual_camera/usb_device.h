@@ -66,6 +66,9 @@ public:
 
     /// False while the device is off the bus.
     virtual bool Attached(TimeUs now) = 0;
+    /// Counts the times it was plugged in. A handle opened in an earlier
+    /// session stays dead, although the device is back.
+    virtual unsigned Session(TimeUs /*now*/) { return 0; }
 
     /// Any control request but those of chapter 9, which the carrier answers
     /// with the calls of this class. `data` has setup.length bytes, in either
