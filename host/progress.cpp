@@ -24,6 +24,17 @@ bool CountsDrops(StreamKind kind)
     return kind == StreamKind::kVideo || kind == StreamKind::kAudio;
 }
 
+/// A picture may come in several pieces, so only the writer can count those of
+/// a moving stream.
+std::uint32_t Pictures(const FrameObserver& observer, const WriterState& state)
+{
+    if (!CountsDrops(observer.Info().kind)) {
+        return observer.m_frames;
+    }
+    const auto tally = state.streams.find(observer.Info().stream);
+    return tally == state.streams.end() ? 0 : static_cast<std::uint32_t>(tally->second.frames);
+}
+
 std::string ClockText(double seconds)
 {
     const int whole = static_cast<int>(seconds);
@@ -43,10 +54,10 @@ RecordProgress::RecordProgress(Console& console, const std::list<FrameObserver>&
 std::string RecordProgress::StreamText(const FrameObserver& observer, Count& last,
                                        const WriterState& state, double elapsed) const
 {
-    const Count now{observer.m_frames, observer.m_kilobytes};
+    const StreamKind kind = observer.Info().kind;
+    const Count now{Pictures(observer, state), observer.m_kilobytes};
     const Count step{now.frames - last.frames, now.kilobytes - last.kilobytes};
     last = now;
-    const StreamKind kind = observer.Info().kind;
     if (now.frames == 0 || kind == StreamKind::kStill) {
         return {};
     }
@@ -94,8 +105,8 @@ void RecordProgress::Update(const WriterState& state)
 
 std::string RecordTable(const std::list<FrameObserver>& observers, const WriterState& state)
 {
-    TextTable table({"stream", ">received", ">written", ">seconds", ">per second", ">kbit/s",
-                     ">lost", "file"});
+    TextTable table(
+        {"stream", ">frames", ">seconds", ">per second", ">kbit/s", ">lost", "file"});
     for (const FrameObserver& observer : observers) {
         const StreamInfo& info = observer.Info();
         if (observer.m_frames == 0) {
@@ -112,7 +123,7 @@ std::string RecordTable(const std::list<FrameObserver>& observers, const WriterS
             lost = std::to_string(Drops(observer, state));
             lost += info.kind == StreamKind::kAudio ? " ms" : "";
         }
-        table.Row({info.name, std::to_string(observer.m_frames), std::to_string(tally.frames),
+        table.Row({info.name, std::to_string(Pictures(observer, state)),
                    moving ? Fixed1(span) : "-", moving ? Fixed1(intervals / span) : "-",
                    moving ? std::to_string(std::lround(bits / span / 1000)) : "-", lost,
                    tally.file});
