@@ -75,7 +75,7 @@ void* pThread::thread_func(void* self)
 
 bool pThread::IsCurrentThread() const
 {
-    return pthread_equal(m_thread, pthread_self()) != 0;
+    return m_has_thread && pthread_equal(m_thread, pthread_self()) != 0;
 }
 
 void pThread::Stop()

@@ -33,6 +33,8 @@ public:
     /// already goes on running. 0, or the system's error number.
     int Start(const char* name);
 
+    /// True on the worker itself.
+    bool IsCurrentThread() const;
     bool StopRequested() const { return m_stop_requested.load(std::memory_order_acquire); }
 
     /// Sleeps `ms` milliseconds; the result of nanosleep.
@@ -40,8 +42,6 @@ public:
     static void* thread_func(void* self);
 
 private:
-    bool IsCurrentThread() const;
-
     pthread_t m_thread;
     std::atomic<bool> m_stop_requested;
     std::atomic<bool> m_running;

@@ -1,0 +1,96 @@
+// The camera object.
+#ifndef TORVIK_CAMERA_CAMERA_H
+#define TORVIK_CAMERA_CAMERA_H
+
+#include <atomic>
+#include <cstdint>
+#include <vector>
+
+#include "api/camera_subject.h"
+#include "audio/audio_capture_thread.h"
+#include "control/audio_capture_adapter.h"
+#include "control/camera_settings.h"
+#include "control/control_context.h"
+#include "control/video_capture_adapter.h"
+#include "firmware/loader_slot.h"
+#include "video/video_capture_thread.h"
+
+/// The one camera of the process. It owns its adapters, capture threads and
+/// loader; the host owns the observers.
+class CKelVeskCamera : public ICameraSubject
+{
+public:
+    CKelVeskCamera();
+    ~CKelVeskCamera() override;
+
+    void Init(void (*callback)(bool), int argument) override;
+    CAM_STATE GetState() override;
+    void SetState(CAM_STATE state) override;
+    bool RegisterObserver(ICameraObserver* observer) override;
+    bool RemoveObserver(ICameraObserver* observer) override;
+    int OnFrameArrival(const CCameraData* data) override;
+    bool StartRecording() override;
+    bool StopRecording() override;
+    bool SetProperty(CAM_PROPERTY property, CAM_PROP_VALUE* value) override;
+    bool GetProperty(CAM_PROPERTY property, CAM_PROP_VALUE* value) override;
+    bool GetCapability(CAM_CAPABILITY capability) override;
+    bool SetStreamFormat(CAM_STR_FORMAT format) override;
+    const std::string& GetVendorName() override;
+    const std::string& GetModelName() override;
+    bool Execute(int argc, const char** argv) override;
+    bool StartTest() override;
+    bool StopTest() override;
+    bool PrintStatus() override;
+
+    /// Tells observers of raw images that their stream has ended. Always true.
+    bool SendTerminateFrame();
+
+    /// Outcome of the firmware loader, on its thread: once when the camera is
+    /// ready or failed, and with a non-zero status when it disappears later.
+    static void CamInitDoneCallback(unsigned int status, void* camera);
+
+private:
+    void OnFirmwareReady();
+    void ApplyMainsFrequency();
+    void CallHost(bool ready);
+    ControlContext Control();
+
+    void ConfigureVideoMode();
+    void ConfigureSignalType();
+    void ChooseVideoOption();
+    void SendSignalType(unsigned char code);
+    void SelectStreamTarget(unsigned char stream);
+    void ConfigureSubStream();
+    void StopVideoThread();
+    bool StartAudio();
+
+    void StampCrop(CCameraData& data);
+
+    /// Created by the loader thread when the camera is ready and kept until the
+    /// end, so whoever sees one may use it.
+    std::atomic<KelUvcCapture*> video_capturer{nullptr};
+    std::atomic<CAudioCapture*> audio_capturer{nullptr};
+    /// Guarded by the start/stop lock and the video-control lock together.
+    CVideoCaptureThread* video_capture_thread = nullptr;
+    CAudioCaptureThread* audio_capture_thread = nullptr;
+    FirmwareLoaderSlot fw_loader;
+    std::atomic<void (*)(bool)> init_done_callback{nullptr};
+    CameraSettings m_settings;
+
+    /// Last crop flag stamped; the first image always differs. Guarded by
+    /// m_observer_lock, as is the position.
+    std::uint16_t m_crop_flag = 0xFFFF;
+    std::uint16_t m_crop_x = 0;
+    std::uint16_t m_crop_y = 0;
+    /// Guarded by m_audio_observer_lock.
+    std::vector<ICameraObserver*> m_audio_observers;
+    /// Published for tools that look into the process; see g_pData.
+    unsigned char m_scratch[16] = {};
+};
+
+/// The camera object, and its scratch area. The library itself never reads
+/// them back.
+extern CKelVeskCamera* g_pCamera;
+extern unsigned char* g_pData;
+
+#endif

@@ -1,0 +1,27 @@
+// A stored picture in place of a still from the camera.
+#ifndef TORVIK_CAMERA_DUMMY_STILL_CAPTURE_H
+#define TORVIK_CAMERA_DUMMY_STILL_CAPTURE_H
+
+#include "api/cam_export.h"
+#include "api/camera_subject.h"
+#include "runtime/thread.h"
+
+/// Hands the stored picture to the camera's JPEG observers once, as a frame
+/// that obeys the one-shot still request. Make it with new, Start it, and
+/// forget it: it deletes itself when it is done.
+class CAM_API CDummyStillCapture : public pThread
+{
+public:
+    explicit CDummyStillCapture(ICameraSubject* camera);
+    ~CDummyStillCapture() override;
+
+    void Run() override;
+
+private:
+    ICameraSubject* const m_camera;
+};
+
+/// Path of the stored picture; writable, for tools.
+extern char dummy_jpg_path_name[];
+
+#endif

@@ -1,0 +1,169 @@
+// Construction, initialisation and destruction of the camera object.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "camera/camera.h"
+#include "camera/debug_level.h"
+#include "camera/shell.h"
+#include "camera/tv_platform.h"
+#include "control/mains_frequency.h"
+#include "devcmd/usb_identity.h"
+#include "runtime/debug_log.h"
+#include "runtime/sleep.h"
+
+CKelVeskCamera* g_pCamera = nullptr;
+unsigned char* g_pData = nullptr;
+
+namespace {
+
+constexpr char kVendorName[] = "MERIDOX";
+constexpr char kModelName[] = "TORVIK";
+constexpr char kMainsFrequencyPath[] = "/dtv/cm_frequency";
+constexpr unsigned long kReenumerationSeconds = 1;
+constexpr unsigned char kAudioChannels = 2;
+constexpr unsigned kAudioRate = 24000;
+
+}  // namespace
+
+CKelVeskCamera::CKelVeskCamera()
+{
+    LoadDebugLevel();
+    CAM_LOG(kLogFatal, "CKelVeskCamera::CKelVeskCamera() construction.\r\n");
+    m_vendor_name = kVendorName;
+    m_model_name = kModelName;
+    DetectTvPlatform(m_settings);
+    g_pCamera = this;
+    g_pData = m_scratch;
+    CAM_LOG(kLogFatal, "exit CKelVeskCamera construction.\r\n");
+}
+
+CKelVeskCamera::~CKelVeskCamera()
+{
+    CAM_LOG(kLogDebugging, "CKelVeskCamera::~CKelVeskCamera() destruction+.\r\n");
+    g_pCamera = nullptr;
+    fw_loader.StopAndDelete();
+    if (video_capturer != nullptr || audio_capturer != nullptr) {
+        CKelVeskCamera::StopRecording();
+        // A camera that is marked disconnected while it records leaves the
+        // thread, which must not outlive its adapter.
+        StopVideoThread();
+        delete video_capturer.exchange(nullptr);
+        delete audio_capturer.exchange(nullptr);
+    }
+    ExecuteShell("rm -rf /dtv/cm_cam_version");
+    CAM_LOG(kLogFatal, "CKelVeskCamera::~CKelVeskCamera() destruction-.\r\n");
+}
+
+void CKelVeskCamera::Init(void (*callback)(bool), int argument)
+{
+    CAM_LOG(kLogDebugging, "CKelVeskCamera::Init 0x%X, 0x%X \r\n",
+            static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(callback)),
+            static_cast<unsigned>(argument));
+    if (m_State == CAM_STATE_CONNECTED) {
+        CAM_LOG(kLogFatal, "Already Initialization started.. \n");
+        return;
+    }
+    init_done_callback = callback;
+    fw_loader.Restart(this, CamInitDoneCallback, this);
+}
+
+void CKelVeskCamera::CallHost(bool ready)
+{
+    const auto callback = init_done_callback.load();
+    if (callback != nullptr)
+        callback(ready);
+}
+
+void CKelVeskCamera::CamInitDoneCallback(unsigned int status, void* camera)
+{
+    auto* const self = static_cast<CKelVeskCamera*>(camera);
+    if (status != kFirmwareReady) {
+        self->m_State = CAM_STATE_DISCONNECTED;
+        self->CallHost(false);
+        return;
+    }
+    self->OnFirmwareReady();
+}
+
+void CKelVeskCamera::OnFirmwareReady()
+{
+    static constexpr char kFunction[] = "CamInitDoneCallback";
+    CAM_LOG_AS(kFunction, kLogDebugging, "Create Video, Audio capture class.\r\n");
+    // The device may still be re-enumerating after a firmware update.
+    SleepSeconds(kReenumerationSeconds);
+
+    if (video_capturer == nullptr)
+        video_capturer = new KelUvcCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
+    if (audio_capturer == nullptr)
+        audio_capturer = new CAudioCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
+    KelUvcCapture* const video = video_capturer;
+    CAudioCapture* const audio = audio_capturer;
+
+    if (audio->ConfigureDev(kAudioChannels, kAudioRate, 0))
+        CAM_LOG_AS(kFunction, kLogDebugging, "Succeeded to open audio streaming.\r\n");
+    else
+        CAM_LOG_AS(kFunction, kLogDebugging, "Failed to open audio streaming.\r\n");
+
+    const bool ready = video->DeviceExists() && audio->DeviceExists();
+    m_State = ready ? CAM_STATE_CONNECTED : CAM_STATE_DISCONNECTED;
+    CallHost(ready);
+    ApplyMainsFrequency();
+}
+
+void CKelVeskCamera::ApplyMainsFrequency()
+{
+    static constexpr char kFunction[] = "CamInitDoneCallback";
+    CAM_LOG_AS(kFunction, kLogDebugging, "Anti Flicker path %s ...\r\n", kMainsFrequencyPath);
+    std::FILE* const file = std::fopen(kMainsFrequencyPath, "r");
+    if (file == nullptr) {
+        CAM_LOG_AS(kFunction, kLogFatal, "Can't open file. %s!!!\r\n", kMainsFrequencyPath);
+        return;
+    }
+    char line[8] = {};
+    if (std::fgets(line, sizeof line, file) != nullptr) {
+        const auto value = static_cast<unsigned char>(std::strtol(line, nullptr, 10));
+        const MainsFrequency* const frequency = FindMainsFrequency(value);
+        if (frequency != nullptr) {
+            CAM_LOG_AS(kFunction, kLogDebugging, "cam frequency is %s", frequency->text);
+            KelUvcCapture* const video = video_capturer;
+            if (video != nullptr)
+                video->SetPU(kPowerLineFrequencyControl, frequency->control_value);
+        }
+    }
+    std::fclose(file);
+}
+
+CAM_STATE CKelVeskCamera::GetState()
+{
+    const CAM_STATE state = m_State;
+    CAM_LOG(kLogDebugging, "Get status=%d\r\n", static_cast<int>(state));
+    return state;
+}
+
+void CKelVeskCamera::SetState(CAM_STATE state)
+{
+    m_State = state;
+}
+
+const std::string& CKelVeskCamera::GetVendorName()
+{
+    return m_vendor_name;
+}
+
+const std::string& CKelVeskCamera::GetModelName()
+{
+    return m_model_name;
+}
+
+bool CKelVeskCamera::SetStreamFormat(CAM_STR_FORMAT format)
+{
+    CAM_LOG(kLogDebugging, "CKelVeskCamera::SetStreamFormat format=0x%X\r\n",
+            static_cast<unsigned>(format));
+    if (format == CAM_STR_FORMAT_TS)
+        CAM_LOG(kLogDebugging, "CKelVeskCamera not support TS format.\r\n");
+    else
+        CAM_LOG(kLogDebugging, "CKelVeskCamera Video Format= H264\r\n");
+    m_settings.stream_format = format;
+    return true;
+}

@@ -1,0 +1,11 @@
+// Which television the camera is built into.
+#ifndef TORVIK_CAMERA_TV_PLATFORM_H
+#define TORVIK_CAMERA_TV_PLATFORM_H
+
+#include "control/camera_settings.h"
+
+/// Reads the platform identification file and sets what depends on it:
+/// tv_platform, use_signal_type, video_mode and signal_type.
+void DetectTvPlatform(CameraSettings& settings);
+
+#endif
