@@ -50,12 +50,12 @@ enum class When { kBefore, kAfter };
 struct CompletionOverride {
     int status = 0;  ///< a libusb_transfer_status
     /// Absent: what the device gave. Isochronous transfers ignore it.
-    std::optional<std::size_t> actual_length;
+    std::optional<std::size_t> actual_length = std::nullopt;
     /// True: the device serves the transfer first, then the result is
     /// replaced. False: the transfer completes at once without the device.
     bool ask_device = false;
     /// Bytes put into the buffer of an IN transfer when the device is not asked.
-    std::vector<std::uint8_t> data;
+    std::vector<std::uint8_t> data = {};
 };
 
 }  // namespace vcam::standin
