@@ -45,8 +45,9 @@ bool CameraSession::Open(WakePipe& events, std::chrono::milliseconds limit)
 void CameraSession::MustOpen(WakePipe& events)
 {
     if (!Open(events)) {
-        throw HostError(kExitNoCamera, events.Interrupted() ? "interrupted before the camera was ready"
-                                                            : "no camera found");
+        throw HostError(kExitNoCamera, events.Interrupted()
+                                           ? "interrupted before the camera was ready"
+                                           : "no camera found");
     }
 }
 

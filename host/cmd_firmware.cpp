@@ -39,7 +39,7 @@ const MethodInfo& MethodByName(const std::string& name)
         }
     }
     throw HostError(kExitUsage, "unknown method '" + name + "'; known are " +
-                                    JoinNames(kMethods, [](const MethodInfo& m) { return m.name; }));
+                                    JoinNames(kMethods, [](const auto& m) { return m.name; }));
 }
 
 std::string Hex(std::uint64_t value)
@@ -154,9 +154,10 @@ int RunFirmwareUpdate(Host& host, const FirmwareUpdateOptions& options)
 {
     const MethodInfo* wanted = options.method.empty() ? nullptr : &MethodByName(options.method);
     const auto type = static_cast<unsigned>(ParseNumber(options.type, "type", 1, 4));
-    const int interface = options.interface.empty()
-                              ? -1
-                              : static_cast<int>(ParseNumber(options.interface, "interface", 0, 255));
+    const int interface =
+        options.interface.empty()
+            ? -1
+            : static_cast<int>(ParseNumber(options.interface, "interface", 0, 255));
     const FirmwareImage image = ReadFirmwareImage(options.image);
     const long long checksum =
         options.checksum.empty()

@@ -90,7 +90,8 @@ int RunGet(Host& host, const std::string& name)
     session.MustOpen(host.events);
     const std::optional<std::int32_t> value = Read(host, session.Camera(), property);
     if (!value) {
-        throw HostError(kExitFailed, std::string("the camera does not answer for ") + property.name);
+        throw HostError(kExitFailed,
+                        std::string("the camera does not answer for ") + property.name);
     }
     host.console.Line(PropertyValueText(property, *value));
     return kExitOk;

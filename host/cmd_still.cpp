@@ -68,8 +68,9 @@ int RunStill(Host& host, const StillOptions& options)
     session->StopRecording();
     session->RemoveObserver(&observer);
     if (!taken) {
-        throw HostError(kExitFailed, host.events.Interrupted() ? "interrupted"
-                                                               : "the camera sent no still picture");
+        throw HostError(kExitFailed, host.events.Interrupted()
+                                         ? "interrupted"
+                                         : "the camera sent no still picture");
     }
     WriteWholeFile(options.out, frame.data);
     host.console.Line(options.out + ": " + std::to_string(frame.data.size()) + " bytes");

@@ -62,7 +62,8 @@ void AddRecord(CLI::App& app, Values& values)
     RecordOptions& record = values.record;
     CLI::App* command = Add(app, values, "record", "record into a folder",
                             [&record](Host& host) { return RunRecord(host, record); });
-    command->add_option("--seconds", record.seconds, "length of the recording")->capture_default_str();
+    command->add_option("--seconds", record.seconds, "length of the recording")
+        ->capture_default_str();
     command->add_option("--out", record.out, "folder for the files")->required();
     command->add_option("--signal-type", record.signal_type, "combination of streams");
     command->add_option("--size", record.size, "main picture, WIDTHxHEIGHT");

@@ -11,7 +11,8 @@ namespace {
 
 class Bar {
 public:
-    Bar(Console& console, std::size_t total) : m_console(console), m_total(std::max<std::size_t>(total, 1))
+    Bar(Console& console, std::size_t total)
+        : m_console(console), m_total(std::max<std::size_t>(total, 1))
     {
     }
 

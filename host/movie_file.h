@@ -38,7 +38,8 @@ private:
     void Open();
     void Release();
     void AddStream(bool video, const Bytes& parameterSets, const Bytes& firstPicture);
-    void Write(int stream, const Bytes& data, std::int64_t timeUs, std::int64_t durationUs, int flags);
+    void Write(int stream, const Bytes& data, std::int64_t timeUs, std::int64_t durationUs,
+               int flags);
     void Check(int result) const;
 
     std::string m_path;

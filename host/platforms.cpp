@@ -25,7 +25,7 @@ const Platform& PlatformByName(const std::string& name)
         }
     }
     throw HostError(kExitUsage, "unknown platform '" + name + "'; known are " +
-                                    JoinNames(Platforms(), [](const Platform& p) { return p.name; }));
+                                    JoinNames(Platforms(), [](const auto& p) { return p.name; }));
 }
 
 }  // namespace host

@@ -12,7 +12,8 @@ constexpr PictureSize kSizes[] = {
 
 std::size_t ImageBytes(CAM_STREAM stream, PictureSize size)
 {
-    const auto pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+    const auto pixels =
+        static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
     switch (stream) {
     case CAM_STREAM_GRAY:
         return pixels;

@@ -13,7 +13,7 @@ const SignalInfo& SignalByName(const std::string& name)
         }
     }
     throw HostError(kExitUsage, "unknown signal type '" + name + "'; known are " +
-                                    JoinNames(kSignals, [](const SignalInfo& s) { return s.name; }));
+                                    JoinNames(kSignals, [](const auto& s) { return s.name; }));
 }
 
 }  // namespace host

@@ -183,7 +183,8 @@ private:
                 m_callback(false);
                 return;
             }
-            std::this_thread::sleep_until(m_begin + std::chrono::microseconds(frame * 1000000L / 30));
+            const auto next = std::chrono::microseconds(frame * std::int64_t{1000000} / 30);
+            std::this_thread::sleep_until(m_begin + next);
         }
         Send(CAM_STREAM_GRAY, {}, 0);
     }

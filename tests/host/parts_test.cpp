@@ -181,7 +181,8 @@ TEST(FirmwareImage, VersionWordIsFoundWhereTheFileIsLongEnough)
     bytes[0x2034] = static_cast<std::uint8_t>((TORVIK_BOOTCODE_MAGIC & 0xF) << 4 | 0x1);
     bytes[0x2035] = static_cast<std::uint8_t>(TORVIK_BOOTCODE_MAGIC >> 4);
     std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
     const FirmwareImage image = ReadFirmwareImage(path);
     EXPECT_TRUE(image.IsBootCode());
     EXPECT_EQ(image.BootCodeVersion(), 0x12345u);
