@@ -1,5 +1,7 @@
 #include "virtual_camera/model/controls.h"
 
+#include <algorithm>
+
 #include "virtual_camera/model/topology.h"
 
 namespace vcam {
@@ -9,6 +11,9 @@ constexpr std::int32_t kDegree = 3600;  // pan and tilt count seconds of arc
 
 std::vector<ControlRow> MakeRows(const CameraOptions& options)
 {
+    // Stock drivers distrust a volume of more than 384 steps.
+    const std::int32_t volume_step =
+        std::max((options.volume_max - options.volume_min) / 256, 1);
     return {
         // entity, selector, name, fields, width, signed, min, max, res, default
         {kCameraTerminal, kFocusAbsolute, "focus", 1, 2, false, 0, 1023, 1, 300},
@@ -27,8 +32,8 @@ std::vector<ControlRow> MakeRows(const CameraOptions& options)
         {kProcessingUnit, kWhiteBalance, "white balance", 1, 2, false, 2800, 6500, 10, 4600},
         {kProcessingUnit, kWhiteBalanceAuto, "automatic white balance", 1, 1, false, 0, 1, 1, 1},
         {kFeatureUnit, kMute, "mute", 1, 1, false, 0, 1, 1, 0},
-        {kFeatureUnit, kVolume, "volume", 1, 2, true, options.volume_min, options.volume_max, 1,
-         options.volume_max},
+        {kFeatureUnit, kVolume, "volume", 1, 2, true, options.volume_min, options.volume_max,
+         volume_step, options.volume_max},
     };
 }
 

@@ -50,11 +50,17 @@ void PayloadCutter::FillHeader(std::uint8_t* header, bool end_of_frame, bool err
     StoreLe(header + 10, m_time / 1000 & 0x7FF, 2);
 }
 
+/// Of the payload that begins now.
+std::size_t PayloadCutter::DataSize() const
+{
+    if (m_step != Step::kData)
+        return 0;
+    return std::min(m_payload_size - kHeaderSize, m_frame->size() - m_offset);
+}
+
 void PayloadCutter::BeginPayload(const Twist& twist)
 {
-    m_data_size = m_step == Step::kData
-                      ? std::min(m_payload_size - kHeaderSize, m_frame->size() - m_offset)
-                      : 0;
+    m_data_size = DataSize();
     const bool last = m_step == Step::kEndOfFrame ||
                       (m_end == EndOfFrame::kLastPayload && m_offset + m_data_size == m_frame->size());
     FillHeader(m_header.data(), last, twist.err);
@@ -102,8 +108,9 @@ bool PayloadCutter::Hurts(const Twist& twist) const
     const bool data = m_step == Step::kData;
     // The host looks at a header's length where a frame begins or ends, and
     // drops that payload.
+    const bool cut = twist.cut && *twist.cut < kHeaderSize + DataSize();
     return (twist.err && data) || (twist.header_length && data && m_offset == 0) ||
-           (twist.cut && (data || *twist.cut < 2));
+           (cut && (data || *twist.cut < 2));
 }
 
 std::size_t PayloadCutter::TakeRubbish(unsigned char* to, std::size_t capacity) const

@@ -42,6 +42,7 @@ public:
 private:
     enum class Step { kData, kEndOfFrame, kDone };
 
+    std::size_t DataSize() const;
     void BeginPayload(const Twist& twist);
     void EndPayload();
     void FillHeader(std::uint8_t* header, bool end_of_frame, bool err) const;

@@ -13,6 +13,7 @@ constexpr unsigned kSubFps = 15, kSubKbps = 800;
 constexpr FrameSize kSubSize{320, 240};
 /// Lanes due so close to each other share a container.
 constexpr TimeUs kTogether = 2000;
+constexpr TimeUs kStillTime = 500000;
 /// A host so far behind is not sent everything that it missed.
 constexpr TimeUs kFarBehind = 2000000;
 
@@ -205,8 +206,7 @@ void VideoStream::MakeContainer(TimeUs time)
 void VideoStream::MakePlainFrame()
 {
     if (m_parameters.format == kFormatMjpeg) {
-        const Still& still = m_media.BestStill(kFrameSizes[m_parameters.frame - 1U].width,
-                                               m_stills++);
+        const Still& still = StillOfNow();
         std::memcpy(m_container.AddPlain(still.data.size()), still.data.data(), still.data.size());
         Remember(Stream::kJpeg, still.data.size(), still.digest, 0, true);
         return;
@@ -230,10 +230,16 @@ void VideoStream::AddCoded(Stream stream, Encoder& encoder)
     Remember(stream, picture.size, picture.digest, picture.number, picture.key);
 }
 
+/// The stills show the clips' scene in steps.
+const Still& VideoStream::StillOfNow() const
+{
+    return m_media.BestStill(kFrameSizes[m_parameters.frame - 1U].width,
+                             static_cast<std::size_t>(m_time / kStillTime));
+}
+
 void VideoStream::AddStill()
 {
-    const Still& still =
-        m_media.BestStill(kFrameSizes[m_parameters.frame - 1U].width, m_stills++);
+    const Still& still = StillOfNow();
     SectionFacts facts;
     facts.stream = Stream::kJpeg;
     facts.width = static_cast<std::uint16_t>(still.width);

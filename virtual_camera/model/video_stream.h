@@ -76,6 +76,7 @@ private:
     void MakeContainer(TimeUs time);
     void MakePlainFrame();
     void AddCoded(Stream stream, Encoder& encoder);
+    const Still& StillOfNow() const;
     void AddStill();
     void AddRaw(Stream stream, RawFormat format);
     void Remember(Stream stream, std::size_t size, std::uint64_t digest, std::uint32_t number,
@@ -99,7 +100,7 @@ private:
     TimeUs m_time = 0;   ///< of the last container, from the start
     Cadence m_main_beat, m_sub_beat, m_raw_beat;
     std::uint64_t m_containers = 0;  ///< since the stream began
-    std::uint64_t m_raw_pictures = 0, m_stills = 0;
+    std::uint64_t m_raw_pictures = 0;
 
     Container m_container;
     std::vector<SentFrame> m_frames;  ///< in the container under way

@@ -51,12 +51,12 @@ TEST_F(Control, EveryControlAnswersAllItsRequestsUnderBothRecipients)
             row.entity == kFeatureUnit ? 0x0503U : unsigned{row.entity} << 8U;
         const std::size_t length = std::size_t{row.fields} * row.width;
         for (const std::uint8_t request : {kGetCur, kGetMin, kGetMax, kGetRes})
-            EXPECT_EQ(host.In(0xA1, request, row.selector << 8, index, length).size(), length);
+            EXPECT_EQ(host.In(0xA1, request, unsigned{row.selector} << 8U, index, length).size(), length);
         if (row.entity == kFeatureUnit)
             continue;
-        EXPECT_EQ(host.In(0xA0, kGetDef, row.selector << 8, index, length).size(), length);
-        EXPECT_EQ(host.In(0xA1, kGetInfo, row.selector << 8, index, 1), Bytes{3});
-        EXPECT_EQ(host.In(0xA1, kGetLen, row.selector << 8, index, 2),
+        EXPECT_EQ(host.In(0xA0, kGetDef, unsigned{row.selector} << 8U, index, length).size(), length);
+        EXPECT_EQ(host.In(0xA1, kGetInfo, unsigned{row.selector} << 8U, index, 1), Bytes{3});
+        EXPECT_EQ(host.In(0xA1, kGetLen, unsigned{row.selector} << 8U, index, 2),
                   (Bytes{static_cast<std::uint8_t>(length), 0}));
     }
     EXPECT_TRUE(host.In(0xA1, kGetCur, 0x1200, 0x0300, 2).empty());
