@@ -2,29 +2,33 @@
 #ifndef TORVIK_HOST_GAP_COUNTER_H
 #define TORVIK_HOST_GAP_COUNTER_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <vector>
 
 namespace host {
 
 /// The driver drops damaged sequences before the host sees them and numbers
-/// nothing, so a loss shows as a gap of several frame intervals. The interval
-/// is the median of the first ones, which a few early losses do not move.
+/// nothing. But a stream that has lost frames lags behind its count for good,
+/// while one that was only held up catches up with it. So a lag counts once
+/// every frame of the last half second or so has had it.
 class GapCounter {
 public:
     void Frame(std::int64_t timeUs);
     std::uint64_t Lost() const { return m_lost; }
 
 private:
-    void CountGap(std::int64_t interval);
+    void Learn(std::int64_t timeUs);
+    void Judge(std::int64_t timeUs);
+    void MoveExpectation(std::int64_t byUs);
 
-    static constexpr std::size_t kLearn = 15;
-    std::array<std::int64_t, kLearn> m_first{};
-    std::size_t m_learned = 0;
-    std::int64_t m_nominal = 0;  ///< 0 while learning
-    std::int64_t m_last = 0;
-    bool m_started = false;
+    static constexpr std::size_t kFrames = 15;
+
+    std::vector<std::int64_t> m_first;  ///< times, until the interval is known
+    std::int64_t m_interval = 0;        ///< median of the first ones; 0 while learning
+    std::int64_t m_expected = 0;        ///< time of the next frame
+    std::deque<std::int64_t> m_late;    ///< of the last frames
     std::uint64_t m_lost = 0;
 };
 

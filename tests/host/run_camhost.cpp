@@ -1,7 +1,9 @@
 #include "tests/host/run_camhost.h"
 
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,7 +35,7 @@ TempFolder::~TempFolder()
 }
 
 Camhost::Camhost(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment)
+                 const std::vector<std::string>& environment, bool bound)
 {
     std::vector<char*> argv = {const_cast<char*>(CAMHOST_PROGRAM)};
     for (const std::string& argument : arguments) {
@@ -48,6 +50,9 @@ Camhost::Camhost(const std::vector<std::string>& arguments,
         dup2(open(err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
         for (const std::string& variable : environment) {
             putenv(const_cast<char*>(variable.c_str()));
+        }
+        if (bound && geteuid() == 0 && prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE) != 0) {
+            _exit(126);
         }
         execv(argv[0], argv.data());
         _exit(127);
@@ -108,6 +113,17 @@ Result RunCamhost(const std::vector<std::string>& arguments,
                   const std::vector<std::string>& environment)
 {
     return Camhost(arguments, environment).Wait();
+}
+
+std::string Squeezed(const std::string& text)
+{
+    std::string squeezed;
+    for (char c : text) {
+        if (c != ' ' || squeezed.empty() || squeezed.back() != ' ') {
+            squeezed += c;
+        }
+    }
+    return squeezed;
 }
 
 std::size_t Lines(const std::string& text)

@@ -31,8 +31,9 @@ private:
 /// A running camhost. Output goes to files, so it can be read at any moment.
 class Camhost {
 public:
+    /// With `bound`, permissions of files bind root too.
     explicit Camhost(const std::vector<std::string>& arguments,
-                     const std::vector<std::string>& environment = {});
+                     const std::vector<std::string>& environment = {}, bool bound = false);
     ~Camhost();
 
     /// Waits until standard output holds the text. False when the program ended
@@ -50,6 +51,9 @@ private:
     bool m_ended = false;
     int m_status = 0;
 };
+
+/// Text with every run of blanks made one.
+std::string Squeezed(const std::string& text);
 
 /// Start to end.
 Result RunCamhost(const std::vector<std::string>& arguments,

@@ -117,5 +117,34 @@ TEST(GapCounter, JitterIsNoLoss)
     EXPECT_EQ(gaps.Lost(), 0u);
 }
 
+TEST(GapCounter, FramesHeldUpAndThenHandedOverAtOnceAreNoLoss)
+{
+    GapCounter gaps;
+    for (int frame = 0; frame < 200; ++frame) {
+        const int arrival = frame >= 50 && frame < 62 ? 62 : frame;
+        gaps.Frame(kStart + arrival * 33333);
+    }
+    EXPECT_EQ(gaps.Lost(), 0u);
+}
+
+TEST(GapCounter, LongHoldUpIsTakenBackWhenTheFramesComeAfterAll)
+{
+    GapCounter gaps;
+    for (int frame = 0; frame < 300; ++frame) {
+        const int arrival = frame >= 50 && frame < 80 ? 80 : frame;
+        gaps.Frame(kStart + arrival * 33333);
+    }
+    EXPECT_EQ(gaps.Lost(), 0u);
+}
+
+TEST(GapCounter, SlightlyDifferentRateIsNoLoss)
+{
+    GapCounter gaps;
+    for (int frame = 0; frame < 20000; ++frame) {
+        gaps.Frame(kStart + (frame < 20 ? frame * 33333 : 20 * 33333 + (frame - 20) * 33400));
+    }
+    EXPECT_EQ(gaps.Lost(), 0u);
+}
+
 }  // namespace
 }  // namespace host

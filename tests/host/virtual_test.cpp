@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <regex>
 
 #include "tests/host/movie_check.h"
 #include "tests/host/run_camhost.h"
@@ -61,6 +62,11 @@ TEST(VirtualCamera, WhatArrivesDecodesThoughContainersAreLost)
     ASSERT_EQ(result.code, 0) << result.err;
     ExpectDecodes(folder.Path() + "/recording.mkv", 2);
     ExpectDecodes(folder.Path() + "/sub.mkv", 1);
+    // The loss shows in the table, in the column before the file.
+    const std::string out = Squeezed(result.out);
+    std::smatch row;
+    ASSERT_TRUE(std::regex_search(out, row, std::regex("\nmain [0-9. ]+ ([0-9]+) /"))) << out;
+    EXPECT_GT(std::stoi(row[1]), 0) << out;
 }
 
 TEST(VirtualCamera, InfoShowsDriverAndFirmware)
@@ -96,16 +102,15 @@ TEST(VirtualCamera, SelfTestPassesAndFails)
     std::ofstream(script) << "set self-test-passes no\n";
     const Result bad = Virtual({"self-test", "--virtual-script", script});
     EXPECT_EQ(bad.code, 1);
-    EXPECT_NE(bad.out.find("video-auto-test   failed"), std::string::npos) << bad.out;
+    EXPECT_NE(Squeezed(bad.out).find("video-auto-test failed"), std::string::npos) << bad.out;
 }
 
 TEST(VirtualCamera, PtzMovesAndAnswers)
 {
     const Result result = Virtual({"ptz", "--pan", "-3", "--tilt", "2", "--zoom", "7"});
     ASSERT_EQ(result.code, 0) << result.err;
-    EXPECT_NE(result.out.find("pan         -3"), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("tilt         2"), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("zoom         7"), std::string::npos) << result.out;
+    const std::string out = Squeezed(result.out);
+    EXPECT_NE(out.find("\npan -3\ntilt 2\nzoom 7\n"), std::string::npos) << out;
 }
 
 TEST(VirtualCamera, ExtensionUnitAnswersRawRequests)
