@@ -3,8 +3,10 @@
 #include "virtual_camera/model/microphone.h"
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 enum : std::uint8_t { kAudioClass = 0x01, kCsInterface = 0x24, kCsEndpoint = 0x25 };
 enum : std::uint8_t { kMicrophoneTerminal = 2, kOutputTerminal = 7 };
@@ -31,8 +33,8 @@ Bytes AudioFormat()
             ++count;
         }
     }
-    Bytes format{static_cast<std::uint8_t>(8 + rates.size()), kCsInterface, 0x02, 1, 2, 2, 16,
-                 count};
+    Bytes format{
+        static_cast<std::uint8_t>(8 + rates.size()), kCsInterface, 0x02, 1, 2, 2, 16, count};
     Append(format, rates);
     return format;
 }

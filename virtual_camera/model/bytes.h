@@ -6,21 +6,20 @@
 #include <cstdint>
 #include <vector>
 
-namespace vcam {
+namespace vcam
+{
 
 using Bytes = std::vector<std::uint8_t>;
 
 inline void StoreLe(std::uint8_t* to, std::uint64_t value, std::size_t width)
 {
-    for (std::size_t i = 0; i < width; ++i)
-        to[i] = static_cast<std::uint8_t>(value >> (8 * i));
+    for (std::size_t i = 0; i < width; ++i) to[i] = static_cast<std::uint8_t>(value >> (8 * i));
 }
 
 inline std::uint64_t LoadLe(const std::uint8_t* from, std::size_t width)
 {
     std::uint64_t value = 0;
-    for (std::size_t i = 0; i < width; ++i)
-        value |= std::uint64_t{from[i]} << (8 * i);
+    for (std::size_t i = 0; i < width; ++i) value |= std::uint64_t{from[i]} << (8 * i);
     return value;
 }
 

@@ -6,9 +6,11 @@
 
 #include "virtual_camera/usb_device.h"
 
-namespace vcam {
+namespace vcam
+{
 
-class Cadence {
+class Cadence
+{
 public:
     void Start(TimeUs first, unsigned per_second)
     {

@@ -4,8 +4,10 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 using Guard = std::lock_guard<std::mutex>;
 
@@ -26,8 +28,14 @@ enum : std::uint8_t { kSamplingFrequency = 1 };
 
 constexpr std::size_t kFaceParametersSize = 32, kMostFaces = 10;
 
-TransferResult Stall() { return {TransferStatus::kStall, 0, kNever}; }
-TransferResult Moved(std::size_t length) { return {TransferStatus::kCompleted, length, kNever}; }
+TransferResult Stall()
+{
+    return {TransferStatus::kStall, 0, kNever};
+}
+TransferResult Moved(std::size_t length)
+{
+    return {TransferStatus::kCompleted, length, kNever};
+}
 
 TransferResult Reply(const SetupPacket& setup, unsigned char* data, const Bytes& reply)
 {
@@ -42,8 +50,14 @@ bool Same(const SetupPacket& a, const SetupPacket& b)
            a.index == b.index && a.length == b.length;
 }
 
-std::uint8_t High(std::uint16_t word) { return static_cast<std::uint8_t>(word >> 8); }
-std::uint8_t Low(std::uint16_t word) { return static_cast<std::uint8_t>(word); }
+std::uint8_t High(std::uint16_t word)
+{
+    return static_cast<std::uint8_t>(word >> 8);
+}
+std::uint8_t Low(std::uint16_t word)
+{
+    return static_cast<std::uint8_t>(word);
+}
 
 }  // namespace
 
@@ -102,15 +116,15 @@ TransferResult CameraModel::Answer(const SetupPacket& setup, unsigned char* data
             return Reply(setup, data, found->second);
     }
     switch (setup.request_type & ~unsigned{kDirectionIn}) {
-    case kClassDevice:
-    case kClassInterface:
-        return AnswerClass(setup, data, now);
-    case kClassEndpoint:
-        return AnswerEndpoint(setup, data);
-    case kVendorDevice:
-        return AnswerVendor(setup, data);
-    default:
-        return Stall();
+        case kClassDevice:
+        case kClassInterface:
+            return AnswerClass(setup, data, now);
+        case kClassEndpoint:
+            return AnswerEndpoint(setup, data);
+        case kVendorDevice:
+            return AnswerVendor(setup, data);
+        default:
+            return Stall();
     }
 }
 
@@ -140,20 +154,19 @@ bool CameraModel::GetEntity(const SetupPacket& setup, Bytes& reply) const
     if (m_identity != Identity::kCamera)
         return false;
     switch (interface) {
-    case kVideoControl:
-        if (entity == 0 && selector == kRequestErrorCode && setup.request == kGetCur) {
-            reply = {m_request_error};
-            return true;
-        }
-        return entity != kFeatureUnit &&
-               m_controls.Get(setup.request, entity, selector, reply);
-    case kVideoStreaming:
-        return entity == 0 && m_negotiation.Get(setup.request, selector, reply);
-    case kAudioControl:
-    case kAudioStreaming:
-        return entity == kFeatureUnit && m_controls.Get(setup.request, entity, selector, reply);
-    default:
-        return false;
+        case kVideoControl:
+            if (entity == 0 && selector == kRequestErrorCode && setup.request == kGetCur) {
+                reply = {m_request_error};
+                return true;
+            }
+            return entity != kFeatureUnit && m_controls.Get(setup.request, entity, selector, reply);
+        case kVideoStreaming:
+            return entity == 0 && m_negotiation.Get(setup.request, selector, reply);
+        case kAudioControl:
+        case kAudioStreaming:
+            return entity == kFeatureUnit && m_controls.Get(setup.request, entity, selector, reply);
+        default:
+            return false;
     }
 }
 
@@ -166,51 +179,51 @@ bool CameraModel::SetEntity(const SetupPacket& setup, const unsigned char* data,
     if (m_identity != Identity::kCamera)
         return false;
     switch (interface) {
-    case kVideoControl:
-        return entity != kFeatureUnit && m_controls.Set(entity, selector, data, setup.length);
-    case kVideoStreaming:
-        if (entity != 0 || !m_negotiation.Set(selector, data, setup.length))
+        case kVideoControl:
+            return entity != kFeatureUnit && m_controls.Set(entity, selector, data, setup.length);
+        case kVideoStreaming:
+            if (entity != 0 || !m_negotiation.Set(selector, data, setup.length))
+                return false;
+            if (selector == Negotiation::kCommit) {
+                m_video.Start(m_negotiation.Committed(), now);
+                m_halted = false;
+            }
+            return true;
+        case kAudioControl:
+        case kAudioStreaming:
+            if (entity != kFeatureUnit || !m_controls.Set(entity, selector, data, setup.length))
+                return false;
+            m_microphone.SetVolume(
+                static_cast<std::int16_t>(m_controls.Value(kFeatureUnit, kVolume)),
+                m_controls.Value(kFeatureUnit, kMute) != 0);
+            return true;
+        default:
             return false;
-        if (selector == Negotiation::kCommit) {
-            m_video.Start(m_negotiation.Committed(), now);
-            m_halted = false;
-        }
-        return true;
-    case kAudioControl:
-    case kAudioStreaming:
-        if (entity != kFeatureUnit || !m_controls.Set(entity, selector, data, setup.length))
-            return false;
-        m_microphone.SetVolume(
-            static_cast<std::int16_t>(m_controls.Value(kFeatureUnit, kVolume)),
-            m_controls.Value(kFeatureUnit, kMute) != 0);
-        return true;
-    default:
-        return false;
     }
 }
 
 bool CameraModel::SetExtensionUnit(const SetupPacket& setup, const unsigned char* data)
 {
     switch (m_commands.Set(High(setup.value), data, setup.length)) {
-    case CommandUnit::Effect::kRefused:
-        return false;
-    case CommandUnit::Effect::kNone:
-        return true;
-    case CommandUnit::Effect::kBeginDownload:
-        m_flash.BeginUnannounced();
-        return true;
-    case CommandUnit::Effect::kImageBlock: {
-        const auto fault = m_faults.Event(FaultPoint::kBulkOut);
-        if (fault && fault->action == FaultAction::kUnplug)
-            m_leaving = true;
-        else if (fault && fault->action != FaultAction::kLose)
+        case CommandUnit::Effect::kRefused:
             return false;
-        if (!fault)
-            m_flash.AddBlock(data, setup.length);
-        return true;
-    }
-    case CommandUnit::Effect::kBurn:
-        return Burn(Flash::kExtensionUnitBurn, 0);
+        case CommandUnit::Effect::kNone:
+            return true;
+        case CommandUnit::Effect::kBeginDownload:
+            m_flash.BeginUnannounced();
+            return true;
+        case CommandUnit::Effect::kImageBlock: {
+            const auto fault = m_faults.Event(FaultPoint::kBulkOut);
+            if (fault && fault->action == FaultAction::kUnplug)
+                m_leaving = true;
+            else if (fault && fault->action != FaultAction::kLose)
+                return false;
+            if (!fault)
+                m_flash.AddBlock(data, setup.length);
+            return true;
+        }
+        case CommandUnit::Effect::kBurn:
+            return Burn(Flash::kExtensionUnitBurn, 0);
     }
     return false;
 }
@@ -222,29 +235,29 @@ TransferResult CameraModel::AnswerEndpoint(const SetupPacket& setup, unsigned ch
         return Stall();
     Bytes reply;
     switch (setup.request) {
-    case kSetCur: {
-        if ((setup.request_type & kDirectionIn) != 0 || setup.length != 3)
+        case kSetCur: {
+            if ((setup.request_type & kDirectionIn) != 0 || setup.length != 3)
+                return Stall();
+            const auto rate = static_cast<unsigned>(LoadLe(data, 3));
+            if (!Microphone::SupportsRate(rate))
+                return Stall();
+            m_microphone.SetRate(rate);
+            return Moved(3);
+        }
+        case kGetCur:
+            Append(reply, m_microphone.Rate(), 3);
+            break;
+        case kGetMin:
+            Append(reply, 8000, 3);
+            break;
+        case kGetMax:
+            Append(reply, 48000, 3);
+            break;
+        case kGetRes:
+            Append(reply, 8000, 3);
+            break;
+        default:
             return Stall();
-        const auto rate = static_cast<unsigned>(LoadLe(data, 3));
-        if (!Microphone::SupportsRate(rate))
-            return Stall();
-        m_microphone.SetRate(rate);
-        return Moved(3);
-    }
-    case kGetCur:
-        Append(reply, m_microphone.Rate(), 3);
-        break;
-    case kGetMin:
-        Append(reply, 8000, 3);
-        break;
-    case kGetMax:
-        Append(reply, 48000, 3);
-        break;
-    case kGetRes:
-        Append(reply, 8000, 3);
-        break;
-    default:
-        return Stall();
     }
     return Reply(setup, data, reply);
 }
@@ -263,12 +276,12 @@ bool CameraModel::Burn(std::uint8_t request, std::uint64_t size)
 {
     const bool loader = m_identity != Identity::kCamera;
     switch (m_flash.Burn(request, size, loader)) {
-    case Flash::Outcome::kRefused:
-        return false;
-    case Flash::Outcome::kBurnt:
-        return true;
-    case Flash::Outcome::kBurntAndReboots:
-        break;
+        case Flash::Outcome::kRefused:
+            return false;
+        case Flash::Outcome::kBurnt:
+            return true;
+        case Flash::Outcome::kBurntAndReboots:
+            break;
     }
     m_leaving = true;
     if (!m_flash.Firmware().empty())
@@ -310,8 +323,7 @@ Bytes CameraModel::FaceReply() const
 {
     Bytes reply{m_face_count ? *m_face_count : static_cast<std::uint8_t>(m_faces.size())};
     for (std::size_t i = 0; i < std::min(m_faces.size(), kMostFaces); ++i)
-        for (const std::uint16_t value : m_faces[i])
-            Append(reply, value, 2);
+        for (const std::uint16_t value : m_faces[i]) Append(reply, value, 2);
     reply.resize(1 + kMostFaces * 8);
     return reply;
 }

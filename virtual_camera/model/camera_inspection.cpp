@@ -4,8 +4,10 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 using Guard = std::lock_guard<std::mutex>;
 
@@ -209,8 +211,7 @@ void CameraModel::AddFaults(const std::string& script)
 {
     const Script parsed = ParseScript(script, m_options);
     const Guard guard(m_lock);
-    for (const Fault& fault : parsed.faults)
-        m_faults.Add(fault);
+    for (const Fault& fault : parsed.faults) m_faults.Add(fault);
 }
 
 void CameraModel::ClearFaults()

@@ -6,8 +6,10 @@
 
 #include "virtual_camera/model/descriptors.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 using Guard = std::lock_guard<std::mutex>;
 
@@ -15,9 +17,18 @@ constexpr TimeUs kPacketTime = 1000;
 /// A host so far behind misses samples instead of getting all of them at once.
 constexpr TimeUs kFarBehind = 2000000;
 
-TransferResult NotReady(TimeUs ready_at) { return {TransferStatus::kNotReady, 0, ready_at}; }
-TransferResult Ended(TransferStatus status) { return {status, 0, kNever}; }
-TransferResult Moved(std::size_t length) { return {TransferStatus::kCompleted, length, kNever}; }
+TransferResult NotReady(TimeUs ready_at)
+{
+    return {TransferStatus::kNotReady, 0, ready_at};
+}
+TransferResult Ended(TransferStatus status)
+{
+    return {status, 0, kNever};
+}
+TransferResult Moved(std::size_t length)
+{
+    return {TransferStatus::kCompleted, length, kNever};
+}
 
 }  // namespace
 
@@ -39,8 +50,7 @@ CameraModel::CameraModel(CameraOptions options)
 
 CameraModel::CameraModel(const Script& script) : CameraModel(script.options)
 {
-    for (const Fault& fault : script.faults)
-        m_faults.Add(fault);
+    for (const Fault& fault : script.faults) m_faults.Add(fault);
 }
 
 Bytes CameraModel::DeviceDescriptor() const
@@ -145,20 +155,20 @@ unsigned CameraModel::Session(TimeUs /*now*/)
 std::optional<TransferStatus> CameraModel::Disturb(const Fault& fault, TimeUs now)
 {
     switch (fault.action) {
-    case FaultAction::kTimeout:
-        return TransferStatus::kTimeout;
-    case FaultAction::kHalt:
-    case FaultAction::kStall:
-        return TransferStatus::kStall;
-    case FaultAction::kOverflow:
-        return TransferStatus::kOverflow;
-    case FaultAction::kError:
-        return TransferStatus::kError;
-    case FaultAction::kUnplug:
-        LeaveBus(fault, now);
-        return TransferStatus::kNoDevice;
-    default:
-        return std::nullopt;
+        case FaultAction::kTimeout:
+            return TransferStatus::kTimeout;
+        case FaultAction::kHalt:
+        case FaultAction::kStall:
+            return TransferStatus::kStall;
+        case FaultAction::kOverflow:
+            return TransferStatus::kOverflow;
+        case FaultAction::kError:
+            return TransferStatus::kError;
+        case FaultAction::kUnplug:
+            LeaveBus(fault, now);
+            return TransferStatus::kNoDevice;
+        default:
+            return std::nullopt;
     }
 }
 
@@ -200,8 +210,8 @@ TransferResult CameraModel::ClearHalt(std::uint8_t endpoint, TimeUs now)
     return Moved(0);
 }
 
-TransferResult CameraModel::BulkIn(std::uint8_t endpoint, unsigned char* data,
-                                   std::size_t capacity, TimeUs now)
+TransferResult CameraModel::BulkIn(std::uint8_t endpoint, unsigned char* data, std::size_t capacity,
+                                   TimeUs now)
 {
     const Guard guard(m_lock);
     if (!Present(now))
@@ -230,23 +240,23 @@ TransferResult CameraModel::BulkIn(std::uint8_t endpoint, unsigned char* data,
                 return Ended(*status);
             }
             switch (fault->action) {
-            case FaultAction::kDelay:
-                m_video_not_before = now + static_cast<TimeUs>(fault->value) * 1000;
-                m_payload_disturbed = true;
-                return NotReady(m_video_not_before);
-            case FaultAction::kExtraErr:
-                return Moved(m_video.TakeRubbish(data, capacity));
-            case FaultAction::kErr:
-                twist.err = true;
-                break;
-            case FaultAction::kHeader:
-                twist.header_length = static_cast<std::uint8_t>(fault->value);
-                break;
-            case FaultAction::kShort:
-                twist.cut = static_cast<std::size_t>(fault->value);
-                break;
-            default:
-                break;
+                case FaultAction::kDelay:
+                    m_video_not_before = now + static_cast<TimeUs>(fault->value) * 1000;
+                    m_payload_disturbed = true;
+                    return NotReady(m_video_not_before);
+                case FaultAction::kExtraErr:
+                    return Moved(m_video.TakeRubbish(data, capacity));
+                case FaultAction::kErr:
+                    twist.err = true;
+                    break;
+                case FaultAction::kHeader:
+                    twist.header_length = static_cast<std::uint8_t>(fault->value);
+                    break;
+                case FaultAction::kShort:
+                    twist.cut = static_cast<std::size_t>(fault->value);
+                    break;
+                default:
+                    break;
             }
         }
     }

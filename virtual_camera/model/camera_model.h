@@ -30,14 +30,16 @@
 #include "virtual_camera/model/video_stream.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// A face as the detector reports it: four values in the order of the wire.
 using Face = std::array<std::uint16_t, 4>;
 
 /// The device itself is driven by its carrier; everything below "What a test
 /// may ask" may be called from any thread at any time.
-class CameraModel : public UsbDevice {
+class CameraModel : public UsbDevice
+{
 public:
     /// Throws std::runtime_error when the media cannot be read.
     explicit CameraModel(CameraOptions options = {});

@@ -11,16 +11,17 @@
 #include "virtual_camera/model/options.h"
 #include "virtual_camera/model/video_stream.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// What the controller was told last.
 struct ControllerState {
     bool led = false;
     std::uint32_t video_options = 0x01;
     std::uint8_t stream_target = 0;
-    std::array<std::uint16_t, 2> bit_rate{{0, 0}};    ///< kbit/s; 0: never set
+    std::array<std::uint16_t, 2> bit_rate{{0, 0}};  ///< kbit/s; 0: never set
     std::array<std::uint16_t, 2> frame_rate{{0, 0}};
-    std::array<std::uint8_t, 14> preview{};           ///< parameter bytes after the signal type
+    std::array<std::uint8_t, 14> preview{};  ///< parameter bytes after the signal type
     std::uint8_t user_flag = 0;
     bool flash_protected = true;
     std::uint64_t key_requests = 0;
@@ -28,7 +29,8 @@ struct ControllerState {
     std::uint64_t self_tests = 0;
 };
 
-class CommandUnit {
+class CommandUnit
+{
 public:
     enum Selector : std::uint8_t {
         kIspCommand = 1,

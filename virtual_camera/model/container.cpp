@@ -2,8 +2,10 @@
 
 #include <cstring>
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 /// The padding is not clean, so that a reader that takes it for data is seen.
 constexpr std::uint8_t kPaddingByte = 0xA5;
@@ -11,22 +13,22 @@ constexpr std::uint8_t kPaddingByte = 0xA5;
 std::uint16_t FormatId(Stream stream)
 {
     switch (stream) {
-    case Stream::kYuy2:
-        return 0x29;
-    case Stream::kNv12:
-        return 0x2A;
-    case Stream::kMain:
-        return 0x2B;
-    case Stream::kJpeg:
-        return 0x2C;
-    case Stream::kGray:
-        return 0x2D;
-    case Stream::kNv21:
-        return 0x2F;
-    case Stream::kSub:
-        return 0x35;
-    case Stream::kPcm:
-        break;
+        case Stream::kYuy2:
+            return 0x29;
+        case Stream::kNv12:
+            return 0x2A;
+        case Stream::kMain:
+            return 0x2B;
+        case Stream::kJpeg:
+            return 0x2C;
+        case Stream::kGray:
+            return 0x2D;
+        case Stream::kNv21:
+            return 0x2F;
+        case Stream::kSub:
+            return 0x35;
+        case Stream::kPcm:
+            break;
     }
     return 0;
 }

@@ -9,7 +9,8 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/traffic.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// What a section's header says besides the sizes.
 struct SectionFacts {
@@ -20,7 +21,8 @@ struct SectionFacts {
     std::uint32_t extra = 0;
 };
 
-class Container {
+class Container
+{
 public:
     static constexpr std::size_t kHeaderSize = 32;
 

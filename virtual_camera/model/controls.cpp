@@ -4,16 +4,17 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr std::int32_t kDegree = 3600;  // pan and tilt count seconds of arc
 
 std::vector<ControlRow> MakeRows(const CameraOptions& options)
 {
     // Stock drivers distrust a volume of more than 384 steps.
-    const std::int32_t volume_step =
-        std::max((options.volume_max - options.volume_min) / 256, 1);
+    const std::int32_t volume_step = std::max((options.volume_max - options.volume_min) / 256, 1);
     return {
         // entity, selector, name, fields, width, signed, min, max, res, default
         {kCameraTerminal, kFocusAbsolute, "focus", 1, 2, false, 0, 1023, 1, 300},
@@ -48,8 +49,7 @@ Controls::Controls(const CameraOptions& options)
 void Controls::Reset()
 {
     m_values.clear();
-    for (const ControlRow& row : m_rows)
-        m_values.push_back({row.def, row.def});
+    for (const ControlRow& row : m_rows) m_values.push_back({row.def, row.def});
 }
 
 const ControlRow* Controls::Find(std::uint8_t entity, std::uint8_t selector) const
@@ -90,30 +90,30 @@ bool Controls::Get(std::uint8_t request, std::uint8_t entity, std::uint8_t selec
     const Fields& current = m_values[static_cast<std::size_t>(row - m_rows.data())];
     Fields values{};
     switch (request) {
-    case kGetCur:
-        values = current;
-        break;
-    case kGetMin:
-        values = {row->min, row->min};
-        break;
-    case kGetMax:
-        values = {row->max, row->max};
-        break;
-    case kGetRes:
-        values = {row->res, row->res};
-        break;
-    case kGetDef:
-        values = {row->def, row->def};
-        break;
-    case kGetLen:
-        reply.clear();
-        Append(reply, std::uint64_t{row->fields} * row->width, 2);
-        return true;
-    case kGetInfo:
-        reply = {0x03};  // get and set
-        return true;
-    default:
-        return false;
+        case kGetCur:
+            values = current;
+            break;
+        case kGetMin:
+            values = {row->min, row->min};
+            break;
+        case kGetMax:
+            values = {row->max, row->max};
+            break;
+        case kGetRes:
+            values = {row->res, row->res};
+            break;
+        case kGetDef:
+            values = {row->def, row->def};
+            break;
+        case kGetLen:
+            reply.clear();
+            Append(reply, std::uint64_t{row->fields} * row->width, 2);
+            return true;
+        case kGetInfo:
+            reply = {0x03};  // get and set
+            return true;
+        default:
+            return false;
     }
     reply.clear();
     for (std::size_t field = 0; field < row->fields; ++field)

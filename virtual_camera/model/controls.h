@@ -11,7 +11,8 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// Selectors (UVC 1.0, A.9.4 and A.9.5; UAC 1.0, A.10.2).
 enum Selector : std::uint8_t {
@@ -43,7 +44,8 @@ struct ControlRow {
     std::int32_t min, max, res, def;
 };
 
-class Controls {
+class Controls
+{
 public:
     explicit Controls(const CameraOptions& options);
 

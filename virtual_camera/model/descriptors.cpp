@@ -4,8 +4,10 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 enum : std::uint8_t { kVendorClass = 0xFF };
 
@@ -80,15 +82,15 @@ Bytes MakeConfigurationDescriptor(Identity identity)
 {
     Configuration configuration;
     switch (identity) {
-    case Identity::kCamera:
-        configuration = CameraBody();
-        break;
-    case Identity::kBootLoaderBulk:
-        configuration = BulkLoaderBody();
-        break;
-    case Identity::kBootLoaderUvc:
-        configuration = {1, MakeBootVideoControl()};
-        break;
+        case Identity::kCamera:
+            configuration = CameraBody();
+            break;
+        case Identity::kBootLoaderBulk:
+            configuration = BulkLoaderBody();
+            break;
+        case Identity::kBootLoaderUvc:
+            configuration = {1, MakeBootVideoControl()};
+            break;
     }
     Bytes whole{9, 0x02};
     Append(whole, 9 + configuration.body.size(), 2);
@@ -101,23 +103,22 @@ Bytes MakeStringDescriptor(Identity identity, std::uint8_t index)
 {
     std::string text;
     switch (index) {
-    case 0:
-        return {4, 0x03, 0x09, 0x04};
-    case 1:
-        text = "Torvik";
-        break;
-    case 2:
-        text = identity == Identity::kCamera ? "Virtual Camera" : "Virtual Camera Boot Loader";
-        break;
-    case 3:
-        text = "VC000001";
-        break;
-    default:
-        return {};
+        case 0:
+            return {4, 0x03, 0x09, 0x04};
+        case 1:
+            text = "Torvik";
+            break;
+        case 2:
+            text = identity == Identity::kCamera ? "Virtual Camera" : "Virtual Camera Boot Loader";
+            break;
+        case 3:
+            text = "VC000001";
+            break;
+        default:
+            return {};
     }
     Bytes descriptor{static_cast<std::uint8_t>(2 + 2 * text.size()), 0x03};
-    for (const char letter : text)
-        Append(descriptor, static_cast<std::uint8_t>(letter), 2);
+    for (const char letter : text) Append(descriptor, static_cast<std::uint8_t>(letter), 2);
     return descriptor;
 }
 

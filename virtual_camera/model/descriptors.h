@@ -5,7 +5,8 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam {
+namespace vcam
+{
 
 Bytes MakeDeviceDescriptor(const CameraOptions& options, Identity identity);
 Bytes MakeConfigurationDescriptor(Identity identity);
@@ -28,7 +29,10 @@ Bytes InterfaceDescriptor(std::uint8_t number, std::uint8_t setting, std::uint8_
 Bytes AssociationDescriptor(std::uint8_t first, std::uint8_t count, std::uint8_t function_class,
                             std::uint8_t subclass);
 Bytes BulkEndpointDescriptor(std::uint8_t address);
-inline void Append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
+inline void Append(Bytes& to, const Bytes& more)
+{
+    to.insert(to.end(), more.begin(), more.end());
+}
 /// @}
 
 }  // namespace vcam

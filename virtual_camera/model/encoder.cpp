@@ -2,7 +2,8 @@
 
 #include <algorithm>
 
-namespace vcam {
+namespace vcam
+{
 
 void Encoder::Start(unsigned width, unsigned height, std::uint32_t number)
 {
@@ -45,8 +46,8 @@ void Encoder::JumpToKey()
     // Two key pictures in a row must differ in idr_pic_id (H.264, 7.4.3), which
     // alternates along a clip; so an odd ordinal follows an even one.
     const auto& keys = m_clip->keys;
-    auto key = static_cast<std::size_t>(
-        std::lower_bound(keys.begin(), keys.end(), m_position) - keys.begin());
+    auto key = static_cast<std::size_t>(std::lower_bound(keys.begin(), keys.end(), m_position) -
+                                        keys.begin());
     if (key % 2 == m_last_key % 2)
         ++key;
     m_position = keys[key % keys.size()];
@@ -66,8 +67,13 @@ CodedPicture Encoder::Next()
             m_clip->keys.begin());
     }
     ++m_position;
-    return {m_clip->data.data() + frame.offset, frame.size, frame.digest,    m_number++,
-            frame.key,                          m_clip->width, m_clip->height};
+    return {m_clip->data.data() + frame.offset,
+            frame.size,
+            frame.digest,
+            m_number++,
+            frame.key,
+            m_clip->width,
+            m_clip->height};
 }
 
 }  // namespace vcam

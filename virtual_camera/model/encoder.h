@@ -8,7 +8,8 @@
 
 #include "virtual_camera/model/media.h"
 
-namespace vcam {
+namespace vcam
+{
 
 struct CodedPicture {
     const std::uint8_t* data;
@@ -19,7 +20,8 @@ struct CodedPicture {
     unsigned width, height;
 };
 
-class Encoder {
+class Encoder
+{
 public:
     Encoder(const Media& media, unsigned fps, unsigned kbps)
         : m_media(&media), m_fps(fps), m_kbps(kbps)
@@ -43,8 +45,8 @@ private:
     const Media* m_media;
     const Clip* m_clip = nullptr;
     unsigned m_width = 0, m_height = 0, m_fps, m_kbps;
-    std::size_t m_position = 0;     ///< of the next picture in the clip
-    std::size_t m_last_key = 1;     ///< ordinal of the last key picture sent
+    std::size_t m_position = 0;  ///< of the next picture in the clip
+    std::size_t m_last_key = 1;  ///< ordinal of the last key picture sent
     std::uint32_t m_number = 0;
     bool m_key_wanted = false;
 };

@@ -7,13 +7,18 @@
 
 #include "virtual_camera/model/faults.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 const std::map<std::string, FaultPoint> kPoints = {
-    {"container", FaultPoint::kContainer}, {"payload", FaultPoint::kPayload},
-    {"iso", FaultPoint::kIso},             {"control", FaultPoint::kControl},
-    {"block", FaultPoint::kBulkOut},       {"time", FaultPoint::kTime},
+    {"container", FaultPoint::kContainer},
+    {"payload", FaultPoint::kPayload},
+    {"iso", FaultPoint::kIso},
+    {"control", FaultPoint::kControl},
+    {"block", FaultPoint::kBulkOut},
+    {"time", FaultPoint::kTime},
 };
 
 enum class Value { kNone, kNeeded, kOptional };
@@ -45,23 +50,24 @@ const std::map<std::string, ActionRow> kActions = {
 char PointLetter(FaultPoint point)
 {
     switch (point) {
-    case FaultPoint::kContainer:
-        return 'c';
-    case FaultPoint::kPayload:
-        return 'p';
-    case FaultPoint::kIso:
-        return 'i';
-    case FaultPoint::kControl:
-        return 'C';
-    case FaultPoint::kBulkOut:
-        return 'b';
-    case FaultPoint::kTime:
-        break;
+        case FaultPoint::kContainer:
+            return 'c';
+        case FaultPoint::kPayload:
+            return 'p';
+        case FaultPoint::kIso:
+            return 'i';
+        case FaultPoint::kControl:
+            return 'C';
+        case FaultPoint::kBulkOut:
+            return 'b';
+        case FaultPoint::kTime:
+            break;
     }
     return 't';
 }
 
-class Line {
+class Line
+{
 public:
     explicit Line(const std::string& text) : m_words(text) {}
 

@@ -1,7 +1,9 @@
 #include "virtual_camera/model/faults.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 bool Due(const Fault& fault, std::uint64_t number)
 {

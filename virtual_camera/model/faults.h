@@ -10,7 +10,8 @@
 #include "virtual_camera/model/options.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// The events that faults count, from 1. Counting goes on over a re-plug.
 enum class FaultPoint {
@@ -23,21 +24,21 @@ enum class FaultPoint {
 };
 
 enum class FaultAction {
-    kLose,       ///< container: made and not sent; block: taken and forgotten; iso: empty
-    kTruncate,   ///< container: only its first `value` bytes are sent
-    kPad,        ///< container: `value` stray bytes follow the last section
-    kGarble,     ///< container: its section headers are filled with rubbish
-    kErr,        ///< payload: marked as bad in its header
-    kExtraErr,   ///< payload: a bad one without use goes before it
-    kHeader,     ///< payload: its header claims a length of `value`
-    kShort,      ///< payload, control reply: only `value` bytes of it are sent
-    kTimeout,    ///< the transfer runs into its time limit
-    kStall,      ///< stalls this once
-    kHalt,       ///< payload: stalls until the host clears the halt
+    kLose,      ///< container: made and not sent; block: taken and forgotten; iso: empty
+    kTruncate,  ///< container: only its first `value` bytes are sent
+    kPad,       ///< container: `value` stray bytes follow the last section
+    kGarble,    ///< container: its section headers are filled with rubbish
+    kErr,       ///< payload: marked as bad in its header
+    kExtraErr,  ///< payload: a bad one without use goes before it
+    kHeader,    ///< payload: its header claims a length of `value`
+    kShort,     ///< payload, control reply: only `value` bytes of it are sent
+    kTimeout,   ///< the transfer runs into its time limit
+    kStall,     ///< stalls this once
+    kHalt,      ///< payload: stalls until the host clears the halt
     kOverflow,
     kError,
-    kDelay,      ///< `value` milliseconds late
-    kUnplug,     ///< leaves the bus; back after `value` milliseconds, never if negative
+    kDelay,   ///< `value` milliseconds late
+    kUnplug,  ///< leaves the bus; back after `value` milliseconds, never if negative
 };
 
 struct Fault {
@@ -58,7 +59,8 @@ struct Fault {
     /// @}
 };
 
-class FaultPlan {
+class FaultPlan
+{
 public:
     void Add(const Fault& fault) { m_rules.push_back({fault, 0}); }
     void Clear() { m_rules.clear(); }

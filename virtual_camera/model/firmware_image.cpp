@@ -4,8 +4,10 @@
 #include <cstring>
 #include <numeric>
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr char kMagic[] = "VCAMIMG1";
 constexpr std::size_t kHeaderSize = 32, kSumOffset = 24, kSumSize = 8;
@@ -39,8 +41,7 @@ ImageFacts InspectImage(const Bytes& image)
     if (length < kHeaderSize || length > image.size())
         return facts;
     facts.length = length;
-    const std::uint64_t sum =
-        Sum(image, 0, kSumOffset) + Sum(image, kSumOffset + kSumSize, length);
+    const std::uint64_t sum = Sum(image, 0, kSumOffset) + Sum(image, kSumOffset + kSumSize, length);
     facts.sound = sum == LoadLe(&image[kSumOffset], kSumSize) &&
                   kind == (facts.kind == ImageKind::kBootCode ? kBootCodeKind : kFirmwareKind);
     if (facts.kind == ImageKind::kFirmware) {

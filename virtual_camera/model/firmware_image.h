@@ -20,7 +20,8 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam {
+namespace vcam
+{
 
 enum class ImageKind { kFirmware, kBootCode };
 

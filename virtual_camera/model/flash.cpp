@@ -6,8 +6,10 @@
 
 #include "virtual_camera/model/firmware_image.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr std::size_t kFlashSize = 64U << 20U;
 
@@ -101,9 +103,9 @@ Flash::Outcome Flash::Burn(std::uint8_t request, std::uint64_t size, bool in_boo
         WriteFlashFile(m_options.firmware_flash_file, m_firmware);
     }
     m_image.clear();
-    const bool reboots = image.kind == ImageKind::kFirmware &&
-                         (in_boot_loader || request == kBurnAndReboot ||
-                          request == kExtensionUnitBurn);
+    const bool reboots =
+        image.kind == ImageKind::kFirmware &&
+        (in_boot_loader || request == kBurnAndReboot || request == kExtensionUnitBurn);
     return reboots || request == kBurnAndReboot ? Outcome::kBurntAndReboots : Outcome::kBurnt;
 }
 

@@ -9,20 +9,22 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// What a download looked like, for tests.
 struct DownloadFacts {
-    std::uint64_t announced = 0;    ///< size told beforehand; 0 on the extension unit
-    std::uint64_t received = 0;     ///< bytes
+    std::uint64_t announced = 0;  ///< size told beforehand; 0 on the extension unit
+    std::uint64_t received = 0;   ///< bytes
     std::uint64_t blocks = 0;
-    std::uint64_t begun = 0;        ///< downloads since plug-in
-    std::uint64_t burnt = 0;        ///< good burns
-    std::uint64_t refused = 0;      ///< burns and checksums refused
-    std::uint8_t last_burn = 0;     ///< the request that burnt; 1 for the extension unit's
+    std::uint64_t begun = 0;     ///< downloads since plug-in
+    std::uint64_t burnt = 0;     ///< good burns
+    std::uint64_t refused = 0;   ///< burns and checksums refused
+    std::uint8_t last_burn = 0;  ///< the request that burnt; 1 for the extension unit's
 };
 
-class Flash {
+class Flash
+{
 public:
     /// Vendor requests, host to device.
     enum VendorRequest : std::uint8_t {

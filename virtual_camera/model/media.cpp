@@ -11,8 +11,10 @@
 
 #include "virtual_camera/model/digest.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 Bytes ReadFile(const std::string& path)
 {
@@ -22,7 +24,10 @@ Bytes ReadFile(const std::string& path)
     return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
-unsigned Distance(unsigned a, unsigned b) { return a > b ? a - b : b - a; }
+unsigned Distance(unsigned a, unsigned b)
+{
+    return a > b ? a - b : b - a;
+}
 
 }  // namespace
 

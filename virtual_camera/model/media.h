@@ -10,7 +10,8 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam {
+namespace vcam
+{
 
 /// One coded picture of a clip, parameter sets included.
 struct ClipFrame {
@@ -46,7 +47,8 @@ struct Sound {
 };
 
 /// Everything in one media folder. Immutable once loaded, so cameras share it.
-class Media {
+class Media
+{
 public:
     /// Loads a folder, once per process. Throws std::runtime_error with a
     /// readable message.

@@ -5,7 +5,8 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam {
+namespace vcam
+{
 
 bool Microphone::SupportsRate(unsigned rate)
 {

@@ -8,9 +8,11 @@
 
 #include "virtual_camera/model/media.h"
 
-namespace vcam {
+namespace vcam
+{
 
-class Microphone {
+class Microphone
+{
 public:
     static constexpr unsigned kDefaultRate = 24000;
     static constexpr std::size_t kMaxPacket = 192;  ///< 48 kHz, stereo, 16 bit

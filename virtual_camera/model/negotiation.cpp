@@ -4,8 +4,10 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr std::uint32_t kInterval30 = 10000000 / 30;
 constexpr std::uint32_t kInterval15 = 10000000 / 15;
@@ -54,8 +56,8 @@ StreamParameters Negotiation::Adjust(const std::uint8_t* data) const
     if (result.format != kFormatMultiplexed)
         result.interval = kInterval15;
     else
-        result.interval = interval == 0 ? kInterval30
-                                        : std::clamp(interval, kInterval30, kInterval15);
+        result.interval =
+            interval == 0 ? kInterval30 : std::clamp(interval, kInterval30, kInterval15);
 
     const FrameSize size = kFrameSizes[result.frame - 1U];
     const std::uint32_t pixels = std::uint32_t{size.width} * size.height;
@@ -77,30 +79,30 @@ bool Negotiation::Get(std::uint8_t request, std::uint8_t selector, Bytes& reply)
         return false;
     StreamParameters answer = selector == kProbe ? m_probe : m_commit;
     switch (request) {
-    case kGetCur:
-        break;
-    case kGetDef:
-        answer = Adjust(Bytes(kSize).data());
-        break;
-    case kGetMin:
-        answer.interval = kInterval30;
-        answer.max_payload_size = kSmallestPayload;
-        break;
-    case kGetMax:
-        answer.interval = kInterval15;
-        answer.max_payload_size = std::max(m_options.max_payload_size, kSmallestPayload);
-        break;
-    case kGetRes:
-        reply.assign(kSize, 0);
-        return true;
-    case kGetLen:
-        reply = {kSize, 0};
-        return true;
-    case kGetInfo:
-        reply = {0x03};
-        return true;
-    default:
-        return false;
+        case kGetCur:
+            break;
+        case kGetDef:
+            answer = Adjust(Bytes(kSize).data());
+            break;
+        case kGetMin:
+            answer.interval = kInterval30;
+            answer.max_payload_size = kSmallestPayload;
+            break;
+        case kGetMax:
+            answer.interval = kInterval15;
+            answer.max_payload_size = std::max(m_options.max_payload_size, kSmallestPayload);
+            break;
+        case kGetRes:
+            reply.assign(kSize, 0);
+            return true;
+        case kGetLen:
+            reply = {kSize, 0};
+            return true;
+        case kGetInfo:
+            reply = {0x03};
+            return true;
+        default:
+            return false;
     }
     reply = Encode(answer);
     return true;

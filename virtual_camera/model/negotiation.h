@@ -8,7 +8,8 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam {
+namespace vcam
+{
 
 struct StreamParameters {
     std::uint16_t hint = 1;
@@ -19,7 +20,8 @@ struct StreamParameters {
     std::uint32_t max_payload_size = 0;
 };
 
-class Negotiation {
+class Negotiation
+{
 public:
     static constexpr std::size_t kSize = 26;
     enum Selector : std::uint8_t { kProbe = 1, kCommit = 2 };

@@ -5,8 +5,10 @@
 #include <map>
 #include <stdexcept>
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 std::uint64_t Number(const std::string& text, std::uint64_t limit)
 {
@@ -46,7 +48,7 @@ bool Flag(const std::string& text)
 
 TimeUs Milliseconds(const std::string& text)
 {
-    return text == "never" ? kNever : Number(text, 1000000000) * 1000;
+    return Number(text, 1000000000) * 1000;
 }
 
 Identity ParseIdentity(const std::string& text)
@@ -99,6 +101,7 @@ const std::map<std::string, Setter>& Setters()
         {"boot-code-version", [](O& o, S& v) { o.boot_code_version = Unsigned<std::uint32_t>(v); }},
         {"video-paced", [](O& o, S& v) { o.video_paced = Flag(v); }},
         {"audio-paced", [](O& o, S& v) { o.audio_paced = Flag(v); }},
+        {"startup-ms", [](O& o, S& v) { o.startup_time = Milliseconds(v); }},
         {"media", [](O& o, S& v) { o.media_dir = v; }},
         {"container-limit", [](O& o, S& v) { o.container_limit = Unsigned<std::uint64_t>(v); }},
         {"first-frame-number",
@@ -115,7 +118,7 @@ const std::map<std::string, Setter>& Setters()
         {"self-test-passes", [](O& o, S& v) { o.self_test_passes = Flag(v); }},
         {"isp-status", [](O& o, S& v) { o.isp_status = Unsigned<std::uint16_t>(v); }},
         {"burn-ms", [](O& o, S& v) { o.burn_time = Milliseconds(v); }},
-        {"reboot-ms", [](O& o, S& v) { o.reboot_time = Milliseconds(v); }},
+        {"reboot-ms", [](O& o, S& v) { o.reboot_time = v == "never" ? kNever : Milliseconds(v); }},
         {"strict-image", [](O& o, S& v) { o.strict_image = Flag(v); }},
         {"firmware-flash", [](O& o, S& v) { o.firmware_flash_file = v; }},
         {"boot-code-flash", [](O& o, S& v) { o.boot_code_flash_file = v; }},

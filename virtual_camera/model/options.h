@@ -9,7 +9,8 @@
 
 #include "virtual_camera/usb_device.h"
 
-namespace vcam {
+namespace vcam
+{
 
 enum class Identity {
     kCamera,
@@ -27,7 +28,7 @@ enum class EndOfFrame {
 
 struct CameraOptions {
     Identity identity = Identity::kCamera;
-    std::uint16_t vendor_id;    ///< all ids default to those of this build
+    std::uint16_t vendor_id;  ///< all ids default to those of this build
     std::uint16_t product_id;
     std::uint16_t boot_product_id;
     std::array<std::uint8_t, 6> firmware_version{{0x00, 0x01, 0x00, 0x26, 0x00, 0x38}};
@@ -37,10 +38,11 @@ struct CameraOptions {
     /// @{
     bool video_paced = true;  ///< false: as fast as the host takes it
     bool audio_paced = true;
+    TimeUs startup_time = 200000;       ///< from the commit to the first picture, when paced
     std::string media_dir;              ///< defaults to the project's media
     std::uint64_t container_limit = 0;  ///< containers sent in a stream before silence; 0: no end
     std::uint32_t first_frame_number = 0;
-    unsigned raw_fps = 15;              ///< raw pictures and running JPEG
+    unsigned raw_fps = 15;  ///< raw pictures and running JPEG
     std::uint32_t max_frame_size = 0x100000;
     std::uint32_t max_payload_size = 8192;
     EndOfFrame end_of_frame = EndOfFrame::kHeaderOnly;

@@ -5,8 +5,10 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 enum HeaderFlags : std::uint8_t {
     kFrameId = 0x01,
@@ -42,9 +44,9 @@ void PayloadCutter::FillHeader(std::uint8_t* header, bool end_of_frame, bool err
 {
     const std::uint64_t ticks = m_time * (kClockFrequency / 1000000);
     header[0] = kHeaderSize;
-    header[1] = static_cast<std::uint8_t>(kEndOfHeader | kPresentationTime | kSourceClock |
-                                          m_frame_id | (end_of_frame ? kEndOfFrameFlag : 0) |
-                                          (err ? kError : 0));
+    header[1] =
+        static_cast<std::uint8_t>(kEndOfHeader | kPresentationTime | kSourceClock | m_frame_id |
+                                  (end_of_frame ? kEndOfFrameFlag : 0) | (err ? kError : 0));
     StoreLe(header + 2, ticks, 4);
     StoreLe(header + 6, ticks, 4);
     StoreLe(header + 10, m_time / 1000 & 0x7FF, 2);
@@ -61,8 +63,8 @@ std::size_t PayloadCutter::DataSize() const
 void PayloadCutter::BeginPayload(const Twist& twist)
 {
     m_data_size = DataSize();
-    const bool last = m_step == Step::kEndOfFrame ||
-                      (m_end == EndOfFrame::kLastPayload && m_offset + m_data_size == m_frame->size());
+    const bool last = m_step == Step::kEndOfFrame || (m_end == EndOfFrame::kLastPayload &&
+                                                      m_offset + m_data_size == m_frame->size());
     FillHeader(m_header.data(), last, twist.err);
     if (twist.header_length)
         m_header[0] = *twist.header_length;

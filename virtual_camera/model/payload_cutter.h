@@ -10,9 +10,11 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam {
+namespace vcam
+{
 
-class PayloadCutter {
+class PayloadCutter
+{
 public:
     static constexpr std::size_t kHeaderSize = 12;
 

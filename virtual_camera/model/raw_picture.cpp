@@ -2,8 +2,10 @@
 
 #include <cstring>
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr RawSize kWindow{640, 480};
 
@@ -42,8 +44,8 @@ void DrawGray(const Window& window, std::uint8_t* to)
         const std::uint8_t* upper = window.luma + 2 * y * window.luma_stride;
         const std::uint8_t* lower = upper + window.luma_stride;
         for (unsigned x = 0; x < size.width; ++x) {
-            const unsigned sum = 2U + upper[2 * x] + upper[2 * x + 1] + lower[2 * x] +
-                                 lower[2 * x + 1];
+            const unsigned sum =
+                2U + upper[2 * x] + upper[2 * x + 1] + lower[2 * x] + lower[2 * x + 1];
             *to++ = static_cast<std::uint8_t>(sum / 4);
         }
     }
@@ -89,13 +91,13 @@ std::size_t RawPictureBytes(RawFormat format)
     const RawSize size = RawPictureSize(format);
     const std::size_t pixels = std::size_t{size.width} * size.height;
     switch (format) {
-    case RawFormat::kGray:
-        return pixels;
-    case RawFormat::kNv12:
-    case RawFormat::kNv21:
-        return pixels * 3 / 2;
-    case RawFormat::kYuy2:
-        break;
+        case RawFormat::kGray:
+            return pixels;
+        case RawFormat::kNv12:
+        case RawFormat::kNv21:
+            return pixels * 3 / 2;
+        case RawFormat::kYuy2:
+            break;
     }
     return pixels * 2;
 }
@@ -104,18 +106,18 @@ void DrawRawPicture(const Picture& source, RawFormat format, std::uint64_t n, st
 {
     const Window window(source, n);
     switch (format) {
-    case RawFormat::kGray:
-        DrawGray(window, to);
-        break;
-    case RawFormat::kNv12:
-        DrawSemiPlanar(window, window.cb, window.cr, to);
-        break;
-    case RawFormat::kNv21:
-        DrawSemiPlanar(window, window.cr, window.cb, to);
-        break;
-    case RawFormat::kYuy2:
-        DrawYuy2(window, to);
-        break;
+        case RawFormat::kGray:
+            DrawGray(window, to);
+            break;
+        case RawFormat::kNv12:
+            DrawSemiPlanar(window, window.cb, window.cr, to);
+            break;
+        case RawFormat::kNv21:
+            DrawSemiPlanar(window, window.cr, window.cb, to);
+            break;
+        case RawFormat::kYuy2:
+            DrawYuy2(window, to);
+            break;
     }
 }
 

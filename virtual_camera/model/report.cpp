@@ -3,8 +3,10 @@
 #include <iomanip>
 #include <sstream>
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr std::array<const char*, kStreams> kStreamNames{
     {"main", "sub", "jpeg", "gray", "nv12", "nv21", "yuy2", "pcm"}};
@@ -21,8 +23,8 @@ std::string MakeReport(const CameraModel& camera)
             << std::setw(16) << std::setfill('0') << totals.digest << std::dec << '\n';
     }
     const ControllerState state = camera.Controller();
-    out << "identity "
-        << (camera.CurrentIdentity() == Identity::kCamera ? "camera" : "boot-loader") << '\n'
+    out << "identity " << (camera.CurrentIdentity() == Identity::kCamera ? "camera" : "boot-loader")
+        << '\n'
         << "requests " << camera.RequestCount() << '\n'
         << "signal-type " << unsigned{camera.SignalType()} << '\n'
         << "video-options " << state.video_options << '\n'

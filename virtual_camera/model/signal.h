@@ -5,7 +5,8 @@
 #include <array>
 #include <cstdint>
 
-namespace vcam {
+namespace vcam
+{
 
 struct Signal {
     const char* name;

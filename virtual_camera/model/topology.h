@@ -5,7 +5,8 @@
 #include <array>
 #include <cstdint>
 
-namespace vcam {
+namespace vcam
+{
 
 enum Interface : std::uint8_t {
     kVideoControl = 0,

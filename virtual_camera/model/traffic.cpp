@@ -2,7 +2,8 @@
 
 #include <utility>
 
-namespace vcam {
+namespace vcam
+{
 
 void Traffic::Add(const SentFrame& frame)
 {

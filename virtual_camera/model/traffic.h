@@ -11,7 +11,8 @@
 #include "virtual_camera/model/digest.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam {
+namespace vcam
+{
 
 enum class Stream { kMain, kSub, kJpeg, kGray, kNv12, kNv21, kYuy2, kPcm };
 constexpr std::size_t kStreams = 8;
@@ -43,7 +44,8 @@ struct ControlRecord {
     TimeUs at;
 };
 
-class Traffic {
+class Traffic
+{
 public:
     explicit Traffic(std::size_t cap) : m_cap(cap) {}
 

@@ -3,8 +3,10 @@
 #include "virtual_camera/model/descriptors.h"
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 enum : std::uint8_t { kVideoClass = 0x0E, kCsInterface = 0x24 };
 
@@ -67,7 +69,10 @@ Bytes ControlHeader(std::size_t body, std::uint8_t streaming_interfaces)
     return header;
 }
 
-Bytes ColourMatching() { return {6, kCsInterface, 0x0D, 1, 1, 4}; }
+Bytes ColourMatching()
+{
+    return {6, kCsInterface, 0x0D, 1, 1, 4};
+}
 
 /// A frame descriptor of an uncompressed or MJPEG format (`bits` a pixel).
 Bytes PlainFrame(std::uint8_t subtype, std::uint8_t index, unsigned bits)

@@ -5,8 +5,10 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam {
-namespace {
+namespace vcam
+{
+namespace
+{
 
 constexpr unsigned kMainFps = 30, kMainKbps = 2000;
 constexpr unsigned kSubFps = 15, kSubKbps = 800;
@@ -45,7 +47,7 @@ void VideoStream::Reset()
 void VideoStream::Start(const StreamParameters& parameters, TimeUs now)
 {
     m_parameters = parameters;
-    m_start = now;
+    m_start = m_options.video_paced ? now + m_options.startup_time : now;
     m_time = 0;
     m_containers = 0;
     m_whole = true;
@@ -112,8 +114,7 @@ void VideoStream::SetBitRate(Target target, unsigned kbps)
 
 void VideoStream::RequestKey()
 {
-    for (Encoder& encoder : m_encoders)
-        encoder.RequestKey();
+    for (Encoder& encoder : m_encoders) encoder.RequestKey();
 }
 
 TimeUs VideoStream::NextDue() const
@@ -132,7 +133,8 @@ TimeUs VideoStream::NextDue() const
 TimeUs VideoStream::Prepare(TimeUs now)
 {
     while (m_cutter.Done()) {
-        if (!m_streaming || (m_options.container_limit && m_containers >= m_options.container_limit))
+        if (!m_streaming ||
+            (m_options.container_limit && m_containers >= m_options.container_limit))
             return kNever;
         const TimeUs due = NextDue();
         if (m_options.video_paced) {
@@ -278,27 +280,27 @@ void VideoStream::Apply(const Fault& fault)
     Bytes& data = m_container.Data();
     m_whole = false;
     switch (fault.action) {
-    case FaultAction::kLose:
-        data.clear();
-        break;
-    case FaultAction::kTruncate:
-        data.resize(std::min(data.size(), static_cast<std::size_t>(fault.value)));
-        break;
-    case FaultAction::kPad:
-        data.resize(data.size() + static_cast<std::size_t>(fault.value), 0x5A);
-        m_whole = true;
-        break;
-    case FaultAction::kGarble:
-        for (const std::size_t header : m_container.Headers())
-            for (std::size_t i = 0; i < Container::kHeaderSize; ++i)
-                data[header + i] = static_cast<std::uint8_t>(m_random() >> 8);
-        break;
-    case FaultAction::kUnplug:
-        m_unplug = fault;
-        break;
-    default:
-        m_whole = true;
-        break;
+        case FaultAction::kLose:
+            data.clear();
+            break;
+        case FaultAction::kTruncate:
+            data.resize(std::min(data.size(), static_cast<std::size_t>(fault.value)));
+            break;
+        case FaultAction::kPad:
+            data.resize(data.size() + static_cast<std::size_t>(fault.value), 0x5A);
+            m_whole = true;
+            break;
+        case FaultAction::kGarble:
+            for (const std::size_t header : m_container.Headers())
+                for (std::size_t i = 0; i < Container::kHeaderSize; ++i)
+                    data[header + i] = static_cast<std::uint8_t>(m_random() >> 8);
+            break;
+        case FaultAction::kUnplug:
+            m_unplug = fault;
+            break;
+        default:
+            m_whole = true;
+            break;
     }
 }
 

@@ -20,9 +20,11 @@
 #include "virtual_camera/model/signal.h"
 #include "virtual_camera/model/traffic.h"
 
-namespace vcam {
+namespace vcam
+{
 
-class VideoStream {
+class VideoStream
+{
 public:
     enum Target : std::uint8_t { kMainEncoder = 0, kSubEncoder = 1 };
 

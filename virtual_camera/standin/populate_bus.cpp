@@ -11,8 +11,10 @@
 #include "virtual_camera/model/report.h"
 #include "virtual_camera/standin/bus.h"
 
-namespace vcam::standin {
-namespace {
+namespace vcam::standin
+{
+namespace
+{
 
 std::string Environment(const char* name)
 {
@@ -46,7 +48,8 @@ Script ReadEnvironment()
 }
 
 /// Writes the report when the process ends, if one is wanted.
-class Reporter {
+class Reporter
+{
 public:
     explicit Reporter(std::shared_ptr<CameraModel> camera) : m_camera(std::move(camera)) {}
     ~Reporter()

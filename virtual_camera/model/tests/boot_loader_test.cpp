@@ -8,14 +8,15 @@
 #include "host_side.h"
 #include "virtual_camera/model/firmware_image.h"
 
-namespace vcam::test {
-namespace {
+namespace vcam::test
+{
+namespace
+{
 
 Bytes FirmwareImage(std::size_t size)
 {
     Bytes image(size);
-    for (std::size_t i = 32; i < size; ++i)
-        image[i] = static_cast<std::uint8_t>(i * 7);
+    for (std::size_t i = 32; i < size; ++i) image[i] = static_cast<std::uint8_t>(i * 7);
     const char magic[] = "VCAMIMG1";
     std::copy_n(magic, 8, image.begin());
     StoreLe(&image[8], size, 4);

@@ -2,8 +2,10 @@
 
 #include "host_side.h"
 
-namespace vcam::test {
-namespace {
+namespace vcam::test
+{
+namespace
+{
 
 struct Device : testing::Test {
     CameraModel camera;
@@ -47,14 +49,15 @@ TEST_F(Control, EveryControlAnswersAllItsRequestsUnderBothRecipients)
     const Controls controls{CameraOptions{}};
     for (const ControlRow& row : controls.Rows()) {
         SCOPED_TRACE(row.name);
-        const unsigned index =
-            row.entity == kFeatureUnit ? 0x0503U : unsigned{row.entity} << 8U;
+        const unsigned index = row.entity == kFeatureUnit ? 0x0503U : unsigned{row.entity} << 8U;
         const std::size_t length = std::size_t{row.fields} * row.width;
         for (const std::uint8_t request : {kGetCur, kGetMin, kGetMax, kGetRes})
-            EXPECT_EQ(host.In(0xA1, request, unsigned{row.selector} << 8U, index, length).size(), length);
+            EXPECT_EQ(host.In(0xA1, request, unsigned{row.selector} << 8U, index, length).size(),
+                      length);
         if (row.entity == kFeatureUnit)
             continue;
-        EXPECT_EQ(host.In(0xA0, kGetDef, unsigned{row.selector} << 8U, index, length).size(), length);
+        EXPECT_EQ(host.In(0xA0, kGetDef, unsigned{row.selector} << 8U, index, length).size(),
+                  length);
         EXPECT_EQ(host.In(0xA1, kGetInfo, unsigned{row.selector} << 8U, index, 1), Bytes{3});
         EXPECT_EQ(host.In(0xA1, kGetLen, unsigned{row.selector} << 8U, index, 2),
                   (Bytes{static_cast<std::uint8_t>(length), 0}));
@@ -152,8 +155,9 @@ TEST_F(Faults, TransfersEndAsAsked)
 
 TEST_F(Faults, ControlFaultsMatchTheirRequests)
 {
-    camera.AddFaults("control entity 6 selector 2 request 0x81 from 2 to 3 timeout\n"
-                     "control entity 3 at 1 short 1");
+    camera.AddFaults(
+        "control entity 6 selector 2 request 0x81 from 2 to 3 timeout\n"
+        "control entity 3 at 1 short 1");
     EXPECT_EQ(host.In(0xA1, kGetCur, 0x0200, 0x0300, 2).size(), 1U);
     EXPECT_EQ(host.In(0xA1, kGetCur, 0x0200, 0x0600, 8).size(), 8U);
     for (int i = 0; i < 2; ++i) {
@@ -179,8 +183,9 @@ TEST_F(Faults, ItLeavesTheBusAndComesBackAsAnotherSession)
 
 TEST(Script, MistakesAreNamedWithTheirLine)
 {
-    for (const char* text : {"\nset nothing 1", "\npayload at 0 err", "\ncontainer at 1 stall",
-                             "\npayload at 1 err 7", "\nset seed -1", "\nwhat", "\niso sometimes"}) {
+    for (const char* text :
+         {"\nset nothing 1", "\npayload at 0 err", "\ncontainer at 1 stall", "\npayload at 1 err 7",
+          "\nset seed -1", "\nwhat", "\niso sometimes"}) {
         try {
             ParseScript(text, {});
             ADD_FAILURE() << text;

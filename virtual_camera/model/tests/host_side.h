@@ -8,7 +8,8 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam::test {
+namespace vcam::test
+{
 
 struct Section {
     std::uint16_t id;
@@ -17,7 +18,8 @@ struct Section {
     Bytes data;
 };
 
-class HostSide {
+class HostSide
+{
 public:
     explicit HostSide(CameraModel& camera) : m_camera(camera) {}
 
