@@ -13,8 +13,11 @@ endmacro()
 function(_torvik_finish_test name timeout)
     target_link_libraries(${name} PRIVATE test_support torvik_warnings)
     # The stand-in answers to libusb's name: its directory has to be the first
-    # one that the loader searches.
-    set_target_properties(${name} PROPERTIES BUILD_RPATH ${CMAKE_BINARY_DIR}/standin)
+    # one that the loader searches. CMake warns of such a clash of names where
+    # it writes the search path itself.
+    set_target_properties(${name} PROPERTIES SKIP_BUILD_RPATH ON)
+    target_link_options(${name} PRIVATE
+        -Wl,-rpath,${CMAKE_BINARY_DIR}/standin -Wl,-rpath,${CMAKE_BINARY_DIR}/lib)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
         PROPERTIES TIMEOUT ${timeout}
                    ENVIRONMENT "LD_LIBRARY_PATH=${CMAKE_BINARY_DIR}/standin")

@@ -9,7 +9,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <stdexcept>
 
 namespace test_support {
@@ -23,6 +22,60 @@ int LevelNamed(const std::string& name)
         if (name == kLevels[level])
             return static_cast<int>(level);
     return -1;
+}
+
+/// Takes `expected` off the front of what is left.
+bool Skip(const std::string& text, std::size_t& at, const std::string& expected)
+{
+    if (text.compare(at, expected.size(), expected) != 0)
+        return false;
+    at += expected.size();
+    return true;
+}
+
+/// Takes everything up to `end`, which has to come on the same line.
+bool TakeUntil(const std::string& text, std::size_t& at, char end, std::string& taken)
+{
+    const std::size_t stop = text.find(end, at);
+    if (stop == std::string::npos)
+        return false;
+    taken = text.substr(at, stop - at);
+    at = stop + 1;
+    return taken.find('\n') == std::string::npos;
+}
+
+/// "[TORVIK 1.26/Debugging] [func:12] "; `at` ends behind it.
+bool ParseHeader(const std::string& text, std::size_t& at, LogEntry& entry)
+{
+    std::string line;
+    if (!Skip(text, at, "[") || !TakeUntil(text, at, ' ', entry.module) ||
+        !Skip(text, at, "1.26/") || !TakeUntil(text, at, ']', entry.level_name) ||
+        !Skip(text, at, " [") || !TakeUntil(text, at, ']', line) || !Skip(text, at, " "))
+        return false;
+    const std::size_t colon = line.rfind(':');
+    entry.level = LevelNamed(entry.level_name);
+    if (colon == std::string::npos || entry.level < 0)
+        return false;
+    entry.function = line.substr(0, colon);
+    entry.line = std::atoi(line.c_str() + colon + 1);
+    entry.red = Skip(text, at, "\033[31m");
+    return true;
+}
+
+/// The first header from `at` on, which moves to it (or to the end); the
+/// result is where its message begins.
+std::size_t FindHeader(const std::string& text, std::size_t& at, LogEntry& entry)
+{
+    for (at = text.find('[', at); at != std::string::npos; at = text.find('[', at + 1)) {
+        std::size_t end = at;
+        LogEntry candidate;
+        if (!ParseHeader(text, end, candidate))
+            continue;
+        entry = std::move(candidate);
+        return end;
+    }
+    at = text.size();
+    return std::string::npos;
 }
 
 bool StripEnd(std::string& text, const std::string& end)
@@ -89,29 +142,22 @@ void LogCapture::Clear()
 
 std::vector<LogEntry> LogCapture::Entries() const
 {
-    static const std::regex header(
-        R"(\[(\w+) 1\.26/([\w-]+)\] \[([\w~:]*):(-?\d+)\] (\x1b\[31m)?)");
     const std::string text = Text();
     std::vector<LogEntry> entries;
-    const std::sregex_iterator end;
-    for (std::sregex_iterator at(text.begin(), text.end(), header); at != end; ++at) {
-        const std::smatch& found = *at;
-        LogEntry entry;
-        entry.module = found[1];
-        entry.level_name = found[2];
-        entry.level = LevelNamed(entry.level_name);
-        entry.function = found[3];
-        entry.line = std::atoi(found[4].str().c_str());
-        entry.red = found[5].matched;
-        const auto start = static_cast<std::size_t>(found.position() + found.length());
-        const auto next = std::next(at);
-        const std::size_t stop =
-            next == end ? text.size() : static_cast<std::size_t>(next->position());
-        entry.message = text.substr(start, stop - start);
+    std::size_t at = 0;
+    LogEntry next;
+    std::size_t body = FindHeader(text, at, next);
+    while (body != std::string::npos) {
+        LogEntry entry = std::move(next);
+        at = body;  // becomes the place of the header that follows
+        next = {};
+        const std::size_t next_body = FindHeader(text, at, next);
+        entry.message = text.substr(body, at - body);
         StripEnd(entry.message, "\n");
         if (entry.red)
             StripEnd(entry.message, "\033[0m");
         entries.push_back(std::move(entry));
+        body = next_body;
     }
     return entries;
 }

