@@ -3,10 +3,8 @@
 #include "virtual_camera/model/microphone.h"
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 enum : std::uint8_t { kAudioClass = 0x01, kCsInterface = 0x24, kCsEndpoint = 0x25 };
 enum : std::uint8_t { kMicrophoneTerminal = 2, kOutputTerminal = 7 };

@@ -6,8 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace vcam
-{
+namespace vcam {
 
 using Bytes = std::vector<std::uint8_t>;
 

@@ -6,8 +6,7 @@
 
 #include "virtual_camera/usb_device.h"
 
-namespace vcam
-{
+namespace vcam {
 
 class Cadence
 {

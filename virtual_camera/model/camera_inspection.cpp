@@ -4,10 +4,8 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 
@@ -218,6 +216,24 @@ void CameraModel::ClearFaults()
 {
     const Guard guard(m_lock);
     m_faults.Clear();
+}
+
+void CameraModel::SetContainerLimit(std::uint64_t containers)
+{
+    {
+        const Guard guard(m_lock);
+        m_video.SetLimit(containers);
+    }
+    WakeUp();
+}
+
+void CameraModel::SetAudioLimit(std::uint64_t transfers)
+{
+    {
+        const Guard guard(m_lock);
+        m_iso_limit = transfers;
+    }
+    WakeUp();
 }
 
 void CameraModel::SetCropFlag(std::uint16_t flag)

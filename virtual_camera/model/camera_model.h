@@ -30,8 +30,7 @@
 #include "virtual_camera/model/video_stream.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// A face as the detector reports it: four values in the order of the wire.
 using Face = std::array<std::uint16_t, 4>;
@@ -111,6 +110,11 @@ public:
     /// Adds the faults of a script; options in it are not taken.
     void AddFaults(const std::string& script);
     void ClearFaults();
+    /// Containers of the stream under way, and of later ones, before it falls
+    /// silent; 0: no end. A stream that is silent goes on when there is room.
+    void SetContainerLimit(std::uint64_t containers);
+    /// The same for the microphone, in isochronous transfers.
+    void SetAudioLimit(std::uint64_t transfers);
     void SetCropFlag(std::uint16_t flag);
     void SetSensorRegister(std::uint16_t address, std::uint16_t value);
     void SetControlValue(std::uint8_t entity, std::uint8_t selector, std::size_t field,
@@ -184,7 +188,8 @@ private:
     TimeUs m_video_not_before = 0, m_audio_not_before = 0;
     TimeUs m_iso_time = 0;  ///< of the next packet
     bool m_iso_started = false;
-    std::uint64_t m_iso_transfers = 0;
+    std::uint64_t m_iso_transfers = 0;  ///< since the stream began
+    std::uint64_t m_iso_limit;
 };
 
 }  // namespace vcam

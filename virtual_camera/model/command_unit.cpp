@@ -4,10 +4,8 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 enum IspOpcode : std::uint8_t {
     kSetFrameRate = 2,

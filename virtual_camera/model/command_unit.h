@@ -11,8 +11,7 @@
 #include "virtual_camera/model/options.h"
 #include "virtual_camera/model/video_stream.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// What the controller was told last.
 struct ControllerState {

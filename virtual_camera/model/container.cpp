@@ -2,10 +2,8 @@
 
 #include <cstring>
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 /// The padding is not clean, so that a reader that takes it for data is seen.
 constexpr std::uint8_t kPaddingByte = 0xA5;

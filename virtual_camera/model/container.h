@@ -9,8 +9,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/traffic.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// What a section's header says besides the sizes.
 struct SectionFacts {

@@ -4,10 +4,8 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr std::int32_t kDegree = 3600;  // pan and tilt count seconds of arc
 

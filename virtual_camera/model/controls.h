@@ -11,8 +11,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// Selectors (UVC 1.0, A.9.4 and A.9.5; UAC 1.0, A.10.2).
 enum Selector : std::uint8_t {

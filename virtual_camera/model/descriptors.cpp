@@ -4,10 +4,8 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 enum : std::uint8_t { kVendorClass = 0xFF };
 

@@ -5,8 +5,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam
-{
+namespace vcam {
 
 Bytes MakeDeviceDescriptor(const CameraOptions& options, Identity identity);
 Bytes MakeConfigurationDescriptor(Identity identity);

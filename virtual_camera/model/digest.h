@@ -5,8 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace vcam
-{
+namespace vcam {
 
 constexpr std::uint64_t kDigestStart = 0xCBF29CE484222325ULL;
 

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-namespace vcam
-{
+namespace vcam {
 
 void Encoder::Start(unsigned width, unsigned height, std::uint32_t number)
 {

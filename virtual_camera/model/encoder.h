@@ -8,8 +8,7 @@
 
 #include "virtual_camera/model/media.h"
 
-namespace vcam
-{
+namespace vcam {
 
 struct CodedPicture {
     const std::uint8_t* data;

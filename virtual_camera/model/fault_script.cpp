@@ -7,10 +7,8 @@
 
 #include "virtual_camera/model/faults.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 const std::map<std::string, FaultPoint> kPoints = {
     {"container", FaultPoint::kContainer},

@@ -1,9 +1,7 @@
 #include "virtual_camera/model/faults.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 bool Due(const Fault& fault, std::uint64_t number)
 {

@@ -10,8 +10,7 @@
 #include "virtual_camera/model/options.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// The events that faults count, from 1. Counting goes on over a re-plug.
 enum class FaultPoint {

@@ -4,10 +4,8 @@
 #include <cstring>
 #include <numeric>
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr char kMagic[] = "VCAMIMG1";
 constexpr std::size_t kHeaderSize = 32, kSumOffset = 24, kSumSize = 8;

@@ -20,8 +20,7 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam
-{
+namespace vcam {
 
 enum class ImageKind { kFirmware, kBootCode };
 

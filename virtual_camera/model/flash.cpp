@@ -6,10 +6,8 @@
 
 #include "virtual_camera/model/firmware_image.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr std::size_t kFlashSize = 64U << 20U;
 

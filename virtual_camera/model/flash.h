@@ -9,8 +9,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// What a download looked like, for tests.
 struct DownloadFacts {

@@ -11,10 +11,8 @@
 
 #include "virtual_camera/model/digest.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 Bytes ReadFile(const std::string& path)
 {

@@ -10,8 +10,7 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// One coded picture of a clip, parameter sets included.
 struct ClipFrame {

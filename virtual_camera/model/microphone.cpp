@@ -5,8 +5,7 @@
 
 #include "virtual_camera/model/bytes.h"
 
-namespace vcam
-{
+namespace vcam {
 
 bool Microphone::SupportsRate(unsigned rate)
 {

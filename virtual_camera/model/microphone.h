@@ -8,8 +8,7 @@
 
 #include "virtual_camera/model/media.h"
 
-namespace vcam
-{
+namespace vcam {
 
 class Microphone
 {

@@ -4,10 +4,8 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr std::uint32_t kInterval30 = 10000000 / 30;
 constexpr std::uint32_t kInterval15 = 10000000 / 15;

@@ -8,8 +8,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam
-{
+namespace vcam {
 
 struct StreamParameters {
     std::uint16_t hint = 1;

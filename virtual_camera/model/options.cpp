@@ -5,10 +5,8 @@
 #include <map>
 #include <stdexcept>
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 std::uint64_t Number(const std::string& text, std::uint64_t limit)
 {
@@ -104,6 +102,7 @@ const std::map<std::string, Setter>& Setters()
         {"startup-ms", [](O& o, S& v) { o.startup_time = Milliseconds(v); }},
         {"media", [](O& o, S& v) { o.media_dir = v; }},
         {"container-limit", [](O& o, S& v) { o.container_limit = Unsigned<std::uint64_t>(v); }},
+        {"audio-limit", [](O& o, S& v) { o.audio_limit = Unsigned<std::uint64_t>(v); }},
         {"first-frame-number",
          [](O& o, S& v) { o.first_frame_number = Unsigned<std::uint32_t>(v); }},
         {"raw-fps", [](O& o, S& v) { o.raw_fps = Unsigned<std::uint8_t>(v); }},

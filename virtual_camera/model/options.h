@@ -9,8 +9,7 @@
 
 #include "virtual_camera/usb_device.h"
 
-namespace vcam
-{
+namespace vcam {
 
 enum class Identity {
     kCamera,
@@ -41,6 +40,7 @@ struct CameraOptions {
     TimeUs startup_time = 200000;       ///< from the commit to the first picture, when paced
     std::string media_dir;              ///< defaults to the project's media
     std::uint64_t container_limit = 0;  ///< containers sent in a stream before silence; 0: no end
+    std::uint64_t audio_limit = 0;      ///< the same in isochronous transfers
     std::uint32_t first_frame_number = 0;
     unsigned raw_fps = 15;  ///< raw pictures and running JPEG
     std::uint32_t max_frame_size = 0x100000;

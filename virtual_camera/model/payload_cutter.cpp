@@ -5,10 +5,8 @@
 
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 enum HeaderFlags : std::uint8_t {
     kFrameId = 0x01,

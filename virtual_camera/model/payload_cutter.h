@@ -10,8 +10,7 @@
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
-namespace vcam
-{
+namespace vcam {
 
 class PayloadCutter
 {

@@ -2,10 +2,8 @@
 
 #include <cstring>
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr RawSize kWindow{640, 480};
 

@@ -7,8 +7,7 @@
 
 #include "virtual_camera/model/media.h"
 
-namespace vcam
-{
+namespace vcam {
 
 enum class RawFormat { kGray, kNv12, kNv21, kYuy2 };
 

@@ -3,10 +3,8 @@
 #include <iomanip>
 #include <sstream>
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 constexpr std::array<const char*, kStreams> kStreamNames{
     {"main", "sub", "jpeg", "gray", "nv12", "nv21", "yuy2", "pcm"}};

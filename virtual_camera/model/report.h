@@ -6,8 +6,7 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam
-{
+namespace vcam {
 
 /// One "name value..." line each; streams as
 /// "stream NAME frames N bytes N spoiled N digest HEX".

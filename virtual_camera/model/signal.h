@@ -5,8 +5,7 @@
 #include <array>
 #include <cstdint>
 
-namespace vcam
-{
+namespace vcam {
 
 struct Signal {
     const char* name;

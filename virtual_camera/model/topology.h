@@ -5,8 +5,7 @@
 #include <array>
 #include <cstdint>
 
-namespace vcam
-{
+namespace vcam {
 
 enum Interface : std::uint8_t {
     kVideoControl = 0,

@@ -2,8 +2,7 @@
 
 #include <utility>
 
-namespace vcam
-{
+namespace vcam {
 
 void Traffic::Add(const SentFrame& frame)
 {

@@ -11,8 +11,7 @@
 #include "virtual_camera/model/digest.h"
 #include "virtual_camera/usb_device.h"
 
-namespace vcam
-{
+namespace vcam {
 
 enum class Stream { kMain, kSub, kJpeg, kGray, kNv12, kNv21, kYuy2, kPcm };
 constexpr std::size_t kStreams = 8;

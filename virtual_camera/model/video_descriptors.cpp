@@ -3,10 +3,8 @@
 #include "virtual_camera/model/descriptors.h"
 #include "virtual_camera/model/topology.h"
 
-namespace vcam
-{
-namespace
-{
+namespace vcam {
+namespace {
 
 enum : std::uint8_t { kVideoClass = 0x0E, kCsInterface = 0x24 };
 

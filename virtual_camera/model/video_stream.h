@@ -20,8 +20,7 @@
 #include "virtual_camera/model/signal.h"
 #include "virtual_camera/model/traffic.h"
 
-namespace vcam
-{
+namespace vcam {
 
 class VideoStream
 {
@@ -44,6 +43,7 @@ public:
     void SetBitRate(Target target, unsigned kbps);
     void RequestKey();
     void RequestStill() { m_still_wanted = true; }
+    void SetLimit(std::uint64_t containers) { m_limit = containers; }
     void SetCropFlag(std::uint16_t flag) { m_crop_flag = flag; }
     /// @}
     const Encoder& EncoderOf(Target target) const { return m_encoders[target]; }
@@ -101,6 +101,7 @@ private:
     TimeUs m_start = 0;  ///< moved when the host falls far behind
     TimeUs m_time = 0;   ///< of the last container, from the start
     Cadence m_main_beat, m_sub_beat, m_raw_beat;
+    std::uint64_t m_limit;           ///< containers in a stream; 0: no end
     std::uint64_t m_containers = 0;  ///< since the stream began
     std::uint64_t m_raw_pictures = 0;
 

@@ -11,10 +11,8 @@
 #include "virtual_camera/model/report.h"
 #include "virtual_camera/standin/bus.h"
 
-namespace vcam::standin
-{
-namespace
-{
+namespace vcam::standin {
+namespace {
 
 std::string Environment(const char* name)
 {

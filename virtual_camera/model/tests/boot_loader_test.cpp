@@ -8,10 +8,8 @@
 #include "host_side.h"
 #include "virtual_camera/model/firmware_image.h"
 
-namespace vcam::test
-{
-namespace
-{
+namespace vcam::test {
+namespace {
 
 Bytes FirmwareImage(std::size_t size)
 {

@@ -2,10 +2,8 @@
 
 #include "host_side.h"
 
-namespace vcam::test
-{
-namespace
-{
+namespace vcam::test {
+namespace {
 
 struct Device : testing::Test {
     CameraModel camera;

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vcam::test
-{
+namespace vcam::test {
 
 TransferResult HostSide::Request(const SetupPacket& setup, unsigned char* data)
 {

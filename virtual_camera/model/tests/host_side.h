@@ -8,8 +8,7 @@
 
 #include "virtual_camera/model/camera_model.h"
 
-namespace vcam::test
-{
+namespace vcam::test {
 
 struct Section {
     std::uint16_t id;

@@ -2,10 +2,8 @@
 
 #include "host_side.h"
 
-namespace vcam::test
-{
-namespace
-{
+namespace vcam::test {
+namespace {
 
 const std::map<std::uint16_t, Stream> kIds = {
     {0x29, Stream::kYuy2}, {0x2A, Stream::kNv12}, {0x2B, Stream::kMain}, {0x2C, Stream::kJpeg},
@@ -77,6 +75,18 @@ TEST(Pace, ThirtyContainersTakeASecondOfTheCarriersClock)
     EXPECT_EQ(host.now - start, CameraOptions().startup_time);
     EXPECT_EQ(host.ReadFrames(30).size(), 30U);
     EXPECT_EQ(host.now - start, CameraOptions().startup_time + 1000000U);
+}
+
+TEST(Limit, TheStreamFallsSilentAndGoesOn)
+{
+    CameraModel camera;
+    HostSide host(camera);
+    camera.SetContainerLimit(3);
+    host.StartVideo();
+    EXPECT_EQ(host.ReadFrames(10).size(), 3U);
+    EXPECT_EQ(camera.Containers(), 3U);
+    camera.SetContainerLimit(5);
+    EXPECT_EQ(host.ReadFrames(10).size(), 2U);
 }
 
 TEST(Encoder, NumbersRunOnOverKeyFramesAndAStreamBeginsAtZero)
