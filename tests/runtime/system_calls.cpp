@@ -16,6 +16,7 @@ struct Seen {
     std::mutex mutex;
     std::vector<std::string> fatal_texts;
     std::vector<PriorityCall> priorities;
+    std::vector<std::size_t> stack_sizes;
     std::vector<int> mutex_types;
     std::vector<int> scopes;
     std::vector<timespec> deadlines;
@@ -60,6 +61,7 @@ std::vector<Value> Copy(const std::vector<Value>& values)
 
 std::vector<std::string> FatalTexts() { return Copy(TheSeen().fatal_texts); }
 std::vector<PriorityCall> PriorityCalls() { return Copy(TheSeen().priorities); }
+std::vector<std::size_t> StackSizes() { return Copy(TheSeen().stack_sizes); }
 std::vector<int> MutexTypes() { return Copy(TheSeen().mutex_types); }
 std::vector<int> Scopes() { return Copy(TheSeen().scopes); }
 std::vector<timespec> Deadlines() { return Copy(TheSeen().deadlines); }
@@ -96,6 +98,7 @@ void Reset()
     const Guard guard(seen.mutex);
     seen.fatal_texts.clear();
     seen.priorities.clear();
+    seen.stack_sizes.clear();
     seen.mutex_types.clear();
     seen.scopes.clear();
     seen.deadlines.clear();
@@ -201,6 +204,16 @@ int __wrap_pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mu
         TheSeen().deadlines.push_back(*deadline);
     }
     return error != 0 ? error : __real_pthread_cond_timedwait(condition, mutex, deadline);
+}
+
+int __real_pthread_attr_setstacksize(pthread_attr_t*, std::size_t);
+int __wrap_pthread_attr_setstacksize(pthread_attr_t* attributes, std::size_t size)
+{
+    {
+        const Guard guard(TheSeen().mutex);
+        TheSeen().stack_sizes.push_back(size);
+    }
+    return __real_pthread_attr_setstacksize(attributes, size);
 }
 
 int __real_pthread_attr_setscope(pthread_attr_t*, int);

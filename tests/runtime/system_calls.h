@@ -8,6 +8,7 @@
 #include <sys/time.h>
 #include <time.h>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,8 @@ struct PriorityCall {
 };
 std::vector<PriorityCall> PriorityCalls();
 
+/// Sizes given to pthread_attr_setstacksize since Reset.
+std::vector<std::size_t> StackSizes();
 /// Types given to pthread_mutexattr_settype since Reset.
 std::vector<int> MutexTypes();
 /// Scopes given to pthread_attr_setscope since Reset.
