@@ -20,9 +20,10 @@
 /// Locks: StartRecording and StopRecording take the start/stop lock and then
 /// the video-control lock; SetProperty holds the video-control lock and, when
 /// it restarts recording (CAM_PROPERTY_RESOLUTION, _SIGNAL_TYPE, _VIDEOMODE),
-/// takes the start/stop lock inside it. A host must therefore not start or
+/// takes the start/stop lock inside it. A host should therefore not start or
 /// stop recording on one thread while another sets one of these three
-/// properties: the two can block each other for good.
+/// properties: the two wait for each other, and which of them has its way in
+/// the end is not defined.
 ///
 /// A camera that was unplugged and plugged in again is used through a new
 /// camera object (cam_destroy, then cam_create): the object keeps the device

@@ -22,7 +22,10 @@ void CLibUSB_UacCtrl::handle_libusb_event()
     {
         const MutexGuard guard(m_event_mutex);
         timeval slice = {0, kEventSliceMicroseconds};
-        libusb_handle_events_timeout(m_context, &slice);
+        if (m_context != nullptr)
+            libusb_handle_events_timeout(m_context, &slice);
+        else
+            SleepMicroseconds(kEventSliceMicroseconds);  // null would be somebody else's context
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)
@@ -35,8 +38,12 @@ void LIBUSB_CALL CLibUSB_UacCtrl::callback(libusb_transfer* transfer)
     if (param == nullptr)
         return;
     CLibUSB_UacCtrl* const owner = param->owner;
-    if (owner == nullptr)
+    if (owner == nullptr) {
+        // Given up by its stream; this was its last completion.
+        delete param;
+        libusb_free_transfer(transfer);
         return;
+    }
     const CamMutexGuard guard(owner->m_completion_lock);
     owner->m_in_flight[param->index] = false;
     if (owner->m_ring != nullptr)

@@ -22,6 +22,11 @@ CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
 {
     CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::~CLibUSB_UacCtrl() +\r\n");
     if (m_device_handle != nullptr) {
+        // A stream that nobody stopped: closing the device under its transfers
+        // would leave them without a completion.
+        m_streaming = false;
+        if (AnyInFlight())
+            CancelTransfers();
         PumpCancellations();
         libusb_release_interface(m_device_handle, kReleasedInterface);
         CloseDevice();

@@ -6,6 +6,7 @@
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
+#include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
 
@@ -14,8 +15,7 @@ namespace {
 constexpr char kEnable[] = "UAC_EnableAudioStream";
 constexpr unsigned kIsoTimeoutMs = 1000;
 constexpr unsigned long kCancelSettleMs = 400;
-constexpr unsigned kMaxPumpPasses = 10;
-constexpr unsigned kMaxSettlePolls = 1000;
+constexpr int kSettleLimitMs = 1000;
 constexpr unsigned long kSettlePollMs = 1;
 
 }  // namespace
@@ -38,11 +38,23 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
         return -1;
     }
 
+    ReapLeftTransfers();
     const int result = PrepareStream();
     if (result < 0)
         return result;
     UAC_SetCurVolume(m_current_volume);
     return 0;
+}
+
+/// What a failed disable left in flight; not under the event mutex, which the
+/// event thread needs for it.
+void CLibUSB_UacCtrl::ReapLeftTransfers()
+{
+    if (!AnyInFlight())
+        return;
+    CancelTransfers();
+    PumpCancellations();
+    WaitForCancellations();
 }
 
 int CLibUSB_UacCtrl::PrepareStream()
@@ -84,11 +96,11 @@ int CLibUSB_UacCtrl::PrepareStream()
 
 bool CLibUSB_UacCtrl::AllocateTransfers()
 {
-    PumpCancellations();
     FreeTransfers();
     for (unsigned i = 0; i < kTransfers; ++i) {
         if (m_transfers[i] != nullptr) {
-            // Still in flight although its stream has long ended: given up.
+            // Still in flight although its stream has long ended: given up, a
+            // late completion frees it.
             m_params[i]->owner = nullptr;
             static_cast<void>(m_params[i].release());
             m_in_flight[i] = false;
@@ -128,14 +140,12 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
 {
     if (m_device_handle == nullptr)
         return -1;
-    m_streaming = false;
     {
-        const MutexGuard guard(m_event_mutex);
-        for (libusb_transfer* const transfer : m_transfers) {
-            if (transfer != nullptr)
-                libusb_cancel_transfer(transfer);
-        }
+        // A completion resubmits before this, and is cancelled, or sees it.
+        const CamMutexGuard guard(m_completion_lock);
+        m_streaming = false;
     }
+    CancelTransfers();
     PumpCancellations();
     if (libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface,
                                          kIdleSetting) < 0) {
@@ -152,12 +162,22 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
     return 0;
 }
 
+void CLibUSB_UacCtrl::CancelTransfers()
+{
+    const MutexGuard guard(m_event_mutex);
+    for (libusb_transfer* const transfer : m_transfers) {
+        if (transfer != nullptr)
+            libusb_cancel_transfer(transfer);
+    }
+}
+
 void CLibUSB_UacCtrl::PumpCancellations()
 {
     // Without an event thread nobody else would.
     if (m_event_thread_running)
         return;
-    for (unsigned pass = 0; AnyInFlight() && pass < kMaxPumpPasses; ++pass)
+    const Deadline deadline(kSettleLimitMs);
+    while (AnyInFlight() && !deadline.Passed())
         handle_libusb_event();
 }
 
@@ -165,7 +185,10 @@ void CLibUSB_UacCtrl::WaitForCancellations()
 {
     // A loaded machine may need longer than the fixed time; a device that went
     // silent never ends.
-    for (unsigned poll = 0; AnyInFlight() && poll < kMaxSettlePolls; ++poll)
+    if (!m_event_thread_running)
+        return;
+    const Deadline deadline(kSettleLimitMs);
+    while (AnyInFlight() && !deadline.Passed())
         SleepMilliseconds(kSettlePollMs);
 }
 

@@ -94,6 +94,8 @@ private:
     void FreeTransfers();
     void DeleteRing();
     void DeleteFrames();
+    void ReapLeftTransfers();
+    void CancelTransfers();
     void PumpCancellations();
     void WaitForCancellations();
     bool AnyInFlight() const;

@@ -51,6 +51,7 @@ public:
 
 private:
     void OnFirmwareReady();
+    bool OpenAdapters();
     void ApplyMainsFrequency();
     void CallHost(bool ready);
     ControlContext Control();
@@ -62,6 +63,7 @@ private:
     void SelectStreamTarget(unsigned char stream);
     void ConfigureSubStream();
     void StopVideoThread();
+    void StopAudioThread();
     bool StartAudio();
 
     void StampCrop(CCameraData& data);

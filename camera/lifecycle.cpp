@@ -10,6 +10,7 @@
 #include "control/mains_frequency.h"
 #include "devcmd/usb_identity.h"
 #include "runtime/debug_log.h"
+#include "runtime/process_locks.h"
 #include "runtime/sleep.h"
 
 CKelVeskCamera* g_pCamera = nullptr;
@@ -93,6 +94,17 @@ void CKelVeskCamera::OnFirmwareReady()
     // The device may still be re-enumerating after a firmware update.
     SleepSeconds(kReenumerationSeconds);
 
+    const bool ready = OpenAdapters();
+    CallHost(ready);
+    ApplyMainsFrequency();
+}
+
+/// True when both devices are there. Recording may be running, or be started
+/// or stopped by the host at this moment.
+bool CKelVeskCamera::OpenAdapters()
+{
+    static constexpr char kFunction[] = "CamInitDoneCallback";
+    const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     if (video_capturer == nullptr)
         video_capturer = new KelUvcCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
     if (audio_capturer == nullptr)
@@ -100,15 +112,22 @@ void CKelVeskCamera::OnFirmwareReady()
     KelUvcCapture* const video = video_capturer;
     CAudioCapture* const audio = audio_capturer;
 
-    if (audio->ConfigureDev(kAudioChannels, kAudioRate, 0))
+    // A recording goes on with the reopened audio stream.
+    const bool audio_was_read = audio_capture_thread != nullptr;
+    StopAudioThread();
+    if (audio->ConfigureDev(kAudioChannels, kAudioRate, 0)) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Succeeded to open audio streaming.\r\n");
-    else
+        if (audio_was_read) {
+            audio_capture_thread = new CAudioCaptureThread(this, audio);
+            audio_capture_thread->Start(nullptr);
+        }
+    } else {
         CAM_LOG_AS(kFunction, kLogDebugging, "Failed to open audio streaming.\r\n");
+    }
 
     const bool ready = video->DeviceExists() && audio->DeviceExists();
     m_State = ready ? CAM_STATE_CONNECTED : CAM_STATE_DISCONNECTED;
-    CallHost(ready);
-    ApplyMainsFrequency();
+    return ready;
 }
 
 void CKelVeskCamera::ApplyMainsFrequency()

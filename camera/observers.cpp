@@ -105,9 +105,6 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
         const MutexGuard guard(m_audio_observer_lock);
         return Deliver(m_audio_observers, data);
     }
-    if (type >= kStreamTypes)
-        return 1;
-
     const MutexGuard guard(m_observer_lock);
     if (type == CAM_STREAM_JPEG) {
         if (m_settings.send_jpeg.exchange(0) == 0)
@@ -118,7 +115,8 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
         StampCrop(const_cast<CCameraData&>(*data));
     CAM_LOG(kLogInfo, "OnFrameArrival, StreamType=%d\r\n", static_cast<int>(type));
     // With the list's lock held: a removed observer is never called again.
-    Deliver(m_observers[type], data);
+    if (type < kStreamTypes)
+        Deliver(m_observers[type], data);
     return 1;
 }
 

@@ -26,8 +26,7 @@ constexpr unsigned long kAudioSettleMs = 10;
 
 bool CKelVeskCamera::StartRecording()
 {
-    const MutexGuard start_stop_guard(m_start_stop_preview_lock);
-    const MutexGuard control_guard(m_video_ctrl_lock);
+    const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     if (m_State != CAM_STATE_CONNECTED) {
         // Also when the camera is gone: hosts start again without asking.
         CAM_LOG(kLogFatal, "StartRecording twice\r\n");
@@ -169,6 +168,16 @@ bool CKelVeskCamera::StartAudio()
     return true;
 }
 
+/// Stops whoever reads from the audio adapter, whose ring is about to go.
+void CKelVeskCamera::StopAudioThread()
+{
+    if (audio_capture_thread == nullptr)
+        return;
+    audio_capture_thread->Stop();
+    delete audio_capture_thread;
+    audio_capture_thread = nullptr;
+}
+
 void CKelVeskCamera::StopVideoThread()
 {
     if (video_capture_thread == nullptr)
@@ -180,8 +189,7 @@ void CKelVeskCamera::StopVideoThread()
 
 bool CKelVeskCamera::StopRecording()
 {
-    const MutexGuard start_stop_guard(m_start_stop_preview_lock);
-    const MutexGuard control_guard(m_video_ctrl_lock);
+    const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     CAM_LOG(kLogFatal, "CKelVeskCamera::StopRecording\r\n");
     TurnOnOffLED(Control(), 0);
 
@@ -189,9 +197,7 @@ bool CKelVeskCamera::StopRecording()
     if (audio != nullptr) {
         if (audio_capture_thread != nullptr) {
             CAM_LOG(kLogDebugging, "CKelVeskCamera:: stop audio capture thread\r\n");
-            audio_capture_thread->Stop();
-            delete audio_capture_thread;
-            audio_capture_thread = nullptr;
+            StopAudioThread();
         }
         audio->UnConfigureDev();
     }

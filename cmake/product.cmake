@@ -9,11 +9,14 @@ endforeach()
 
 add_library(torvik_objects OBJECT ${PRODUCT_SOURCES})
 target_include_directories(torvik_objects PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-target_link_libraries(torvik_objects PUBLIC torvik_identities PkgConfig::LIBUSB Threads::Threads
+# Only libusb's header: which libusb answers is the business of what links the
+# objects, the real one or a stand-in.
+target_include_directories(torvik_objects SYSTEM PUBLIC ${LIBUSB_INCLUDE_DIRS})
+target_link_libraries(torvik_objects PUBLIC torvik_identities Threads::Threads
                                      PRIVATE torvik_warnings)
 
 add_library(torvik_camera SHARED)
-target_link_libraries(torvik_camera PRIVATE torvik_objects)
+target_link_libraries(torvik_camera PRIVATE torvik_objects PkgConfig::LIBUSB)
 target_link_options(torvik_camera PRIVATE
     -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/cmake/exports.map
     -Wl,--as-needed)
@@ -25,3 +28,6 @@ set_target_properties(torvik_camera PROPERTIES
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 install(TARGETS torvik_camera LIBRARY DESTINATION lib)
 install(DIRECTORY api DESTINATION include/torvik FILES_MATCHING PATTERN "*.h")
+# What a host needs to start the worker with a stored still.
+install(FILES camera/dummy_still_capture.h DESTINATION include/torvik/camera)
+install(FILES runtime/thread.h DESTINATION include/torvik/runtime)

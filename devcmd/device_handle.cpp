@@ -64,12 +64,16 @@ bool CheckDeviceExist(unsigned short vendorId, unsigned short productId)
     }
 
     const bool found = FindKelDevice(list, vendorId, productId) != nullptr;
-    const unsigned level = found ? kLogDebugging : kLogFatal;
-    if (!found)
-        CAM_LOG(level, "No KEL device has been detected.\r\n");
-    CAM_LOG(level, "free device list\r\n");
-    FreeList(list, count);
-    CAM_LOG(level, "libusb_exit\r\n");
+    if (found) {
+        CAM_LOG(kLogDebugging, "free device list\r\n");
+        FreeList(list, count);
+        CAM_LOG(kLogDebugging, "libusb_exit\r\n");
+    } else {
+        CAM_LOG(kLogFatal, "No KEL device has been detected.\r\n");
+        CAM_LOG(kLogFatal, "free device list\r\n");
+        CAM_LOG(kLogFatal, "libusb_exit\r\n");
+        FreeList(list, count);
+    }
     libusb_exit(context);
     return found;
 }

@@ -7,21 +7,23 @@
 void FirmwareLoaderSlot::Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback,
                                  void* context)
 {
-    Loader old;
-    {
-        const MutexGuard guard(m_lock);
-        old = std::move(m_current);
+    // Two threads may be here at once: the old loader is gone, and with it its
+    // hold on the devices, before the new one starts.
+    for (;;) {
+        Loader old;
+        {
+            const MutexGuard guard(m_lock);
+            if (m_closed)
+                return;
+            if (m_current == nullptr) {
+                m_current = std::make_unique<CCameraFwLoader>(camera, callback, context);
+                m_current->Start(nullptr);
+                return;
+            }
+            old = std::move(m_current);
+        }
+        Retire(std::move(old));
     }
-    Retire(std::move(old));
-
-    auto fresh = std::make_unique<CCameraFwLoader>(camera, callback, context);
-    {
-        const MutexGuard guard(m_lock);
-        old = std::move(m_current);  // another thread may have been here meanwhile
-        m_current = std::move(fresh);
-        m_current->Start(nullptr);
-    }
-    Retire(std::move(old));
 }
 
 /// Ends a loader, or puts it aside when that is the calling thread, and frees
@@ -46,19 +48,15 @@ void FirmwareLoaderSlot::Retire(Loader loader)
 
 void FirmwareLoaderSlot::StopAndDelete()
 {
-    // Again, as long as a loader that is being waited for puts another in its
-    // place from the call-back.
-    for (;;) {
-        Loader current;
-        std::vector<Loader> retired;
-        {
-            const MutexGuard guard(m_lock);
-            if (m_current == nullptr && m_retired.empty())
-                return;
-            current.swap(m_current);
-            retired.swap(m_retired);
-        }
+    Loader current;
+    std::vector<Loader> retired;
+    {
+        const MutexGuard guard(m_lock);
+        m_closed = true;
+        current.swap(m_current);
+        retired.swap(m_retired);
     }
+    // Here their threads end; one of them may still ask for a restart.
 }
 
 int FirmwareLoaderSlot::CamVersion()

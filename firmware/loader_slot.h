@@ -21,7 +21,8 @@ public:
     FirmwareLoaderSlot(const FirmwareLoaderSlot&) = delete;
     FirmwareLoaderSlot& operator=(const FirmwareLoaderSlot&) = delete;
 
-    /// Replaces the loader by a new one and starts that.
+    /// Replaces the loader by a new one and starts that; nothing after
+    /// StopAndDelete.
     void Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
     void StopAndDelete();
     /// CCameraFwLoader::GetCamVersion; 0 without a loader.
@@ -35,6 +36,7 @@ private:
     pMutex m_lock;
     Loader m_current;                ///< guarded by m_lock
     std::vector<Loader> m_retired;   ///< guarded by m_lock; told to stop
+    bool m_closed = false;           ///< guarded by m_lock
 };
 
 #endif

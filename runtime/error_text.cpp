@@ -6,8 +6,14 @@ namespace {
 
 // strerror_r comes in two kinds: GNU's returns the text, POSIX's a status and
 // leaves the text in the buffer.
-const char* TextOf(const char* text, const char*) { return text; }
-const char* TextOf(int, const char* buffer) { return buffer; }
+[[maybe_unused]] const char* TextOf(const char* text, const char*)
+{
+    return text;
+}
+[[maybe_unused]] const char* TextOf(int, const char* buffer)
+{
+    return buffer;
+}
 
 }  // namespace
 

@@ -43,6 +43,11 @@ bool pMutex::Acquire()
     return true;
 }
 
+bool pMutex::TryAcquire()
+{
+    return pthread_mutex_trylock(&m_mutex) == 0;
+}
+
 void pMutex::Release()
 {
     pthread_mutex_unlock(&m_mutex);

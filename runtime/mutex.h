@@ -15,6 +15,8 @@ public:
     pMutex& operator=(const pMutex&) = delete;
 
     bool Acquire();  ///< always true
+    /// False when another thread holds it.
+    bool TryAcquire();
     void Release();
     pthread_mutex_t* Native() { return &m_mutex; }
 
@@ -51,6 +53,39 @@ public:
 
 private:
     pMutex& m_mutex;
+};
+
+/// Holds two pMutexes for a scope. Takes `first` and then `second`, but never
+/// waits for one while it holds the other: so it cannot block, for good,
+/// another thread that took them the other way round. Released in reverse.
+class MutexPairGuard
+{
+public:
+    MutexPairGuard(pMutex& first, pMutex& second) : m_first(first), m_second(second)
+    {
+        for (;;) {
+            m_first.Acquire();
+            if (m_second.TryAcquire())
+                return;
+            m_first.Release();
+            // Sleeps until the other owner is done instead of spinning.
+            m_second.Acquire();
+            if (m_first.TryAcquire())
+                return;
+            m_second.Release();
+        }
+    }
+    ~MutexPairGuard()
+    {
+        m_second.Release();
+        m_first.Release();
+    }
+    MutexPairGuard(const MutexPairGuard&) = delete;
+    MutexPairGuard& operator=(const MutexPairGuard&) = delete;
+
+private:
+    pMutex& m_first;
+    pMutex& m_second;
 };
 
 /// Holds a CamMutex for a scope.

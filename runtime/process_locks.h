@@ -5,9 +5,10 @@
 //   m_start_stop_preview_lock -> m_video_ctrl_lock -> m_observer_lock
 //   -> m_audio_observer_lock -> g_control_transfer_lock
 // with one known exception: SetProperty holds m_video_ctrl_lock while it
-// restarts recording, which takes m_start_stop_preview_lock inside it. Two host
-// threads that use both at once can block each other; the public header says
-// so.
+// restarts recording, which takes m_start_stop_preview_lock inside it. Meanwhile
+// the loader's thread may stop recording because the camera went away, which no
+// host can prevent; therefore whoever takes these two takes them through
+// MutexPairGuard.
 #ifndef TORVIK_RUNTIME_PROCESS_LOCKS_H
 #define TORVIK_RUNTIME_PROCESS_LOCKS_H
 

@@ -15,13 +15,17 @@ pthread_mutex_t g_start_gate = PTHREAD_MUTEX_INITIALIZER;
 
 }  // namespace
 
+// Exported workers are allocated by hosts, so their size is part of the binary
+// interface.
+static_assert(sizeof(pThread) == 2 * sizeof(void*) + 8, "four flags and the stack size");
+
 pThread::pThread(bool detached, int stackSize)
     : m_thread(),
       m_stop_requested(false),
       m_running(false),
       m_detached(detached),
-      m_stack_size(stackSize),
-      m_has_thread(false)
+      m_has_thread(false),
+      m_stack_size(stackSize)
 {
 }
 

@@ -46,8 +46,8 @@ private:
     std::atomic<bool> m_stop_requested;
     std::atomic<bool> m_running;
     const bool m_detached;
-    const int m_stack_size;
     std::atomic<bool> m_has_thread;  ///< m_thread is valid and, if joinable, not joined yet
+    const int m_stack_size;
 };
 
 #endif

@@ -1,21 +1,11 @@
 #include "video/frame_queue.h"
 
-#include <cstdint>
-#include <time.h>
-
+#include "runtime/deadline.h"
 #include "runtime/sleep.h"
 
 namespace {
 
 constexpr unsigned long kDrainPollMs = 1;
-
-// Time-outs are measured on a clock that nobody sets.
-std::int64_t MonotonicMs()
-{
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
 
 }  // namespace
 
@@ -70,11 +60,11 @@ CFrameBuf* CFrameBufQueue::Peek()
 {
     const MutexGuard guard(m_mutex);
     if (m_count == 0 && !m_closed) {
-        const std::int64_t deadline = MonotonicMs() + kConsumerWaitMs;
+        const Deadline deadline(kConsumerWaitMs);
         int left = kConsumerWaitMs;
         // A condition variable may wake for no reason.
         while (m_count == 0 && !m_closed && left > 0 && WaitOnEvent(left))
-            left = static_cast<int>(deadline - MonotonicMs());
+            left = deadline.LeftMs();
     }
     return m_count == 0 ? nullptr : m_buffers[m_read_index];
 }

@@ -2,11 +2,12 @@
 #ifndef TORVIK_VIDEO_PARKED_TRANSFERS_H
 #define TORVIK_VIDEO_PARKED_TRANSFERS_H
 
+#include <atomic>
 #include <libusb.h>
 
 /// A short queue of completed transfers, in order of completion. A transfer
 /// that is parked is not in flight, so there are never more than a stream has.
-/// Not locked; its owner does that.
+/// Not locked, its owner does that; only IsEmpty may be asked without the lock.
 class ParkedTransfers
 {
 public:
@@ -40,10 +41,11 @@ public:
     }
 
     void Clear() { m_count = 0; }
+    bool IsEmpty() const { return m_count == 0; }
 
 private:
     libusb_transfer* m_transfers[kCapacity] = {};
-    unsigned m_count = 0;
+    std::atomic<unsigned> m_count{0};
 };
 
 #endif

@@ -46,7 +46,11 @@ public:
         if (m_transport.m_frame_queue != nullptr)
             m_transport.m_frame_queue->WakeProducer();
     }
-    ~ControlRequestScope() { --m_transport.m_control_requests; }
+    ~ControlRequestScope()
+    {
+        --m_transport.m_control_requests;
+        m_transport.WakeForParked();
+    }
     ControlRequestScope(const ControlRequestScope&) = delete;
     ControlRequestScope& operator=(const ControlRequestScope&) = delete;
 

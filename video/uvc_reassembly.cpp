@@ -8,6 +8,11 @@
 #include "video/transfer_param.h"
 #include "video/uvc_transport.h"
 
+// Absent from libusb before 1.0.21; then parked payloads may wait for the end of
+// an event slice.
+extern "C" __attribute__((weak)) void LIBUSB_CALL
+libusb_interrupt_event_handler(libusb_context* context);
+
 namespace {
 
 /// Payload header (UVC 1.0, 2.4.3.2.2), as this camera sends it.
@@ -30,15 +35,18 @@ unsigned ReceivedLength(const libusb_transfer* transfer)
 
 bool CLibUSB_UvcCtrl::OnEventThread() const
 {
-    return pthread_equal(m_event_pass_thread, pthread_self()) != 0;
+    // A thread sees its own stores, and those of others never equal it.
+    return pthread_equal(m_event_pass_thread.load(std::memory_order_relaxed), pthread_self()) != 0;
 }
 
 void CLibUSB_UvcCtrl::handle_libusb_event()
 {
     {
         const MutexGuard guard(m_transfer_lock);
-        m_event_pass_thread = pthread_self();
-        if (TakeParkedTransfers()) {
+        m_event_pass_thread.store(pthread_self(), std::memory_order_relaxed);
+        if (m_context == nullptr) {
+            SleepMilliseconds(kEventSliceMs);  // null would mean somebody else's context
+        } else if (TakeParkedTransfers()) {
             timeval slice = {0, kEventSliceMs * 1000};
             libusb_handle_events_timeout(m_context, &slice);
         } else {
@@ -47,7 +55,7 @@ void CLibUSB_UvcCtrl::handle_libusb_event()
             // this thread goes on as soon as there is room.
             m_frame_queue->WaitForRoom(kEventSliceMs);
         }
-        m_event_pass_thread = pthread_t();
+        m_event_pass_thread.store(pthread_t(), std::memory_order_relaxed);
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)
@@ -60,22 +68,30 @@ void LIBUSB_CALL CLibUSB_UvcCtrl::callback(libusb_transfer* transfer)
     if (param == nullptr)
         return;
     CLibUSB_UvcCtrl* const owner = param->owner;
-    if (owner != nullptr)
+    if (owner != nullptr) {
         owner->OnCompletion(transfer, param->index);
+    } else {
+        // Given up by its stream; this was its last completion.
+        delete param;
+        libusb_free_transfer(transfer);
+    }
 }
 
 void CLibUSB_UvcCtrl::OnCompletion(libusb_transfer* transfer, unsigned index)
 {
     if (!OnEventThread()) {
         // A thread waiting for its control request: see the class comment.
-        const CamMutexGuard guard(m_park_lock);
-        if (m_frame_queue != nullptr)
-            m_parked.PushBack(transfer);
-        m_in_flight[index] = false;
+        {
+            const CamMutexGuard guard(m_park_lock);
+            if (m_frame_queue != nullptr)
+                m_parked.PushBack(transfer);
+            m_in_flight[index] = false;
+        }
+        WakeForParked();
         return;
     }
 
-    m_in_flight[index] = false;
+    m_in_flight[index].store(false, std::memory_order_release);
     if (m_frame_queue == nullptr)
         return;
     if (!TakeParkedTransfers()) {
@@ -87,24 +103,32 @@ void CLibUSB_UvcCtrl::OnCompletion(libusb_transfer* transfer, unsigned index)
     }
 }
 
+/// Ends an event slice early when payloads are parked: the event thread may
+/// have looked for them just before.
+void CLibUSB_UvcCtrl::WakeForParked()
+{
+    if (!m_parked.IsEmpty() && libusb_interrupt_event_handler != nullptr)
+        libusb_interrupt_event_handler(m_context);
+}
+
 /// Event thread: takes up what was parked. False when the first of them has to
 /// wait for room in the ring.
 bool CLibUSB_UvcCtrl::TakeParkedTransfers()
 {
-    for (;;) {
+    // The way of nearly every payload, without a lock.
+    while (!m_parked.IsEmpty()) {
         libusb_transfer* transfer;
         {
             const CamMutexGuard guard(m_park_lock);
             transfer = m_parked.PopFront();
         }
-        if (transfer == nullptr)
-            return true;
         if (!HandleCompletion(transfer)) {
             const CamMutexGuard guard(m_park_lock);
             m_parked.PushFront(transfer);
             return false;
         }
     }
+    return true;
 }
 
 /// Event thread: false when the transfer's payload has to wait for room in the
@@ -176,8 +200,6 @@ bool CLibUSB_UvcCtrl::FillVideoBuf_Bulk(libusb_transfer* transfer)
             m_awaiting_buffer = !m_frame_queue->IsClosed();
             if (m_awaiting_buffer)
                 return false;
-            CAM_LOG(kLogFatal, "Frame Buffer for writing is NULL !!!\r\n");
-            return true;
         }
         m_awaiting_buffer = false;
 
@@ -185,6 +207,10 @@ bool CLibUSB_UvcCtrl::FillVideoBuf_Bulk(libusb_transfer* transfer)
             CAM_LOG(kLogDebugging, "Dropping payload (error bit set).\n");
             Resubmit(transfer);
             return true;
+        }
+        if (length > kHeaderLength && m_write_locker->Frame() == nullptr) {
+            CAM_LOG(kLogFatal, "Frame Buffer for writing is NULL !!!\r\n");
+            return true;  // the ring was closed while it was full
         }
         if (length > kHeaderLength &&
             !AppendPayload(header + kHeaderLength, length - kHeaderLength)) {
@@ -250,7 +276,7 @@ int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
     if (frame == nullptr)
         return 0;
     if (frame->size == 0) {
-        m_frame_queue->Release();
+        ReleaseFrame();
         return 0;
     }
     *data = frame->Data();
@@ -260,9 +286,16 @@ int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
 
 int CLibUSB_UvcCtrl::QueueFrameBuf()
 {
-    if (m_frame_queue != nullptr)
-        m_frame_queue->Release();
+    ReleaseFrame();
     return 0;
+}
+
+void CLibUSB_UvcCtrl::ReleaseFrame()
+{
+    if (m_frame_queue == nullptr)
+        return;
+    m_frame_queue->Release();
+    WakeForParked();
 }
 
 unsigned int CLibUSB_UvcCtrl::ReadFrame(unsigned char* dst, unsigned int maxLength)
@@ -275,6 +308,6 @@ unsigned int CLibUSB_UvcCtrl::ReadFrame(unsigned char* dst, unsigned int maxLeng
     const unsigned copied = std::min<unsigned>(frame->size, maxLength);
     if (copied > 0)
         std::memcpy(dst, frame->Data(), copied);
-    m_frame_queue->Release();
+    ReleaseFrame();
     return copied;
 }

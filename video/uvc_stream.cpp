@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "devcmd/command_frames.h"
+#include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
 #include "video/stream_probe.h"
@@ -24,8 +25,7 @@ constexpr std::uint32_t kMaxPayloadSize = 16U << 20;
 constexpr std::uint64_t kMaxFrameSize = 64U << 20;
 
 constexpr unsigned long kCancelSettleMs = 200;
-constexpr unsigned kMaxPumpPasses = 10;
-constexpr unsigned kMaxSettlePolls = 1000;
+constexpr int kSettleLimitMs = 1000;
 constexpr unsigned long kSettlePollMs = 1;
 
 struct NegotiationStep {
@@ -150,22 +150,26 @@ int CLibUSB_UvcCtrl::StartTransfers()
 int CLibUSB_UvcCtrl::Submit(libusb_transfer* transfer, unsigned index)
 {
     // Set first: the completion may run on another thread before submit returns.
-    m_in_flight[index] = true;
+    m_in_flight[index].store(true, std::memory_order_release);
     const int result = libusb_submit_transfer(transfer);
     if (result < 0)
-        m_in_flight[index] = false;
+        m_in_flight[index].store(false, std::memory_order_release);
     return result;
 }
 
 void CLibUSB_UvcCtrl::FreeLeftTransfers()
 {
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        if (m_transfers[i] != nullptr && m_in_flight[i])
+            libusb_cancel_transfer(m_transfers[i]);
+    }
     PumpCancellations();
     for (unsigned i = 0; i < kTransfers; ++i) {
         if (m_transfers[i] == nullptr)
             continue;
         auto* const param = static_cast<TransferCbParam*>(m_transfers[i]->user_data);
         if (m_in_flight[i]) {
-            param->owner = nullptr;  // given up: its completion never came
+            param->owner = nullptr;  // given up; a late completion frees it
             m_in_flight[i] = false;
         } else {
             delete param;
@@ -202,9 +206,7 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
     CancelTransfers();
     PumpCancellations();
     SleepMilliseconds(kCancelSettleMs);
-    // A loaded machine may need longer; a device that went silent never ends.
-    for (unsigned poll = 0; AnyInFlight() && poll < kMaxSettlePolls; ++poll)
-        SleepMilliseconds(kSettlePollMs);
+    WaitForCancellations();
 
     int result = -1;
     if (m_device_handle != nullptr)
@@ -251,8 +253,20 @@ void CLibUSB_UvcCtrl::PumpCancellations()
     // Without an event thread (its stream failed to start) nobody else would.
     if (m_event_thread_running)
         return;
-    for (unsigned pass = 0; AnyInFlight() && pass < kMaxPumpPasses; ++pass)
+    const Deadline deadline(kSettleLimitMs);
+    while (AnyInFlight() && !deadline.Passed())
         handle_libusb_event();
+}
+
+/// A loaded machine may need longer than the fixed time; a device that went
+/// silent never ends.
+void CLibUSB_UvcCtrl::WaitForCancellations()
+{
+    if (!m_event_thread_running)
+        return;
+    const Deadline deadline(kSettleLimitMs);
+    while (AnyInFlight() && !deadline.Passed())
+        SleepMilliseconds(kSettlePollMs);
 }
 
 bool CLibUSB_UvcCtrl::AnyInFlight() const

@@ -98,6 +98,8 @@ private:
     void CloseFrame(libusb_transfer* transfer, unsigned length);
     bool AppendPayload(const unsigned char* data, unsigned length);
     bool TakeParkedTransfers();
+    void WakeForParked();
+    void ReleaseFrame();
     bool OnEventThread() const;
     void Resubmit(libusb_transfer* transfer);
     int Submit(libusb_transfer* transfer, unsigned index);
@@ -109,6 +111,7 @@ private:
     void DeleteFrames();
     void CancelTransfers();
     void PumpCancellations();
+    void WaitForCancellations();
     bool AnyInFlight() const;
     void CloseDevice();
 

@@ -1,0 +1,28 @@
+// A limit on the monotonic clock.
+#ifndef TORVIK_RUNTIME_DEADLINE_H
+#define TORVIK_RUNTIME_DEADLINE_H
+
+#include <cstdint>
+#include <time.h>
+
+/// Starts when constructed.
+class Deadline
+{
+public:
+    explicit Deadline(int milliseconds) : m_end(NowMs() + milliseconds) {}
+    /// Milliseconds left, 0 or less when the time is over.
+    int LeftMs() const { return static_cast<int>(m_end - NowMs()); }
+    bool Passed() const { return LeftMs() <= 0; }
+
+private:
+    static std::int64_t NowMs()
+    {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        return static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+    }
+
+    std::int64_t m_end;
+};
+
+#endif
