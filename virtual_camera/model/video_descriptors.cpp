@@ -16,15 +16,18 @@ Bytes FormatGuid(const char (&letters)[5])
     return guid;
 }
 
+/// Focus, zoom, pan and tilt, all absolute (UVC 1.0, 3.7.2.3).
+constexpr std::uint32_t kLensControls = 0x000A20;
+
 const Bytes kExtensionGuid{0x3B, 0x9E, 0x52, 0xC1, 0x74, 0x0D, 0x4F, 0x48,
                            0x8A, 0x61, 0x5E, 0x20, 0xD7, 0x93, 0xB6, 0x2A};
 
-Bytes CameraTerminal()
+Bytes CameraTerminal(std::uint32_t controls)
 {
     Bytes terminal{18, kCsInterface, 0x02, kCameraTerminal};
     Append(terminal, 0x0201, 2);
     Append(terminal, Bytes{0, 0, 0, 0, 0, 0, 0, 0, 3});
-    Append(terminal, 0x000A20, 3);  // focus, zoom, pan and tilt, all absolute
+    Append(terminal, controls, 3);
     return terminal;
 }
 
@@ -156,7 +159,7 @@ Bytes StreamingInterface()
 
 Bytes MakeVideoFunction()
 {
-    Bytes units = CameraTerminal();
+    Bytes units = CameraTerminal(kLensControls);
     Append(units, ProcessingUnit());
     Append(units, ExtensionUnit(kProcessingUnit));
     Append(units, OutputTerminal());
@@ -171,7 +174,7 @@ Bytes MakeVideoFunction()
 
 Bytes MakeBootVideoControl()
 {
-    Bytes units = CameraTerminal();
+    Bytes units = CameraTerminal(0);
     Append(units, ExtensionUnit(kCameraTerminal));
     Append(units, OutputTerminal());
 
