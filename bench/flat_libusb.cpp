@@ -49,6 +49,14 @@ private:
     double m_start;
 };
 
+/// Without a device one thread does everything, and a lock would make it wait
+/// for its own copying.
+std::unique_lock<std::mutex> Lock(libusb_context& context)
+{
+    return g_model != nullptr ? std::unique_lock<std::mutex>(context.lock)
+                              : std::unique_lock<std::mutex>(context.lock, std::defer_lock);
+}
+
 /// True when the transfer is complete; otherwise `ready_at` says when to ask again.
 bool Fill(libusb_transfer* transfer, vcam::TimeUs& ready_at)
 {
@@ -216,7 +224,7 @@ void libusb_free_transfer(libusb_transfer* transfer)
 int libusb_submit_transfer(libusb_transfer* transfer)
 {
     libusb_context* const context = transfer->dev_handle->context;
-    const std::lock_guard<std::mutex> guard(context->lock);
+    const std::unique_lock<std::mutex> guard = Lock(*context);
     context->submitted.push_back(transfer);
     return 0;
 }
@@ -231,7 +239,7 @@ int libusb_handle_events_timeout(libusb_context* context, timeval* limit)
     static thread_local std::vector<libusb_transfer*> batch;
     for (;;) {
         {
-            const std::lock_guard<std::mutex> guard(context->lock);
+            const std::unique_lock<std::mutex> guard = Lock(*context);
             batch.swap(context->submitted);
         }
         bool progress = false;

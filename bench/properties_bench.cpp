@@ -20,9 +20,10 @@ void Measure(const char* name, Call call)
     for (int i = 0; i < kCalls; ++i)
         call(i);
     const double seconds = ThreadCpuSeconds() - start;
+    const Counts after = CountsNow();
     Figure(std::string(name) + ", per call", seconds / kCalls * 1e9, "ns");
     Figure(std::string(name) + ", allocations",
-           static_cast<double>(CountsNow().allocations - before.allocations), "", "0");
+           static_cast<double>(after.allocations - before.allocations), "", "0");
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "firmware/image_file.h"
 
+#include <algorithm>
 #include <new>
 #include <sys/stat.h>
 
@@ -42,7 +43,7 @@ Image LoadImage(const char* path, const ImageRequest& request)
 
     Image image;
     image.size = static_cast<std::size_t>(size);
-    image.data.reset(new (std::nothrow) unsigned char[image.size + request.padding]());
+    image.data.reset(new (std::nothrow) unsigned char[image.size + request.padding]);
     if (image.data == nullptr) {
         if (request.log_allocation) {
             CAM_LOG_AS(request.procedure, kLogFatal,
@@ -55,5 +56,6 @@ Image LoadImage(const char* path, const ImageRequest& request)
         CAM_LOG_AS(request.procedure, kLogFatal, "Update flash failed.\r\n");
         return {};
     }
+    std::fill_n(image.data.get() + image.size, request.padding, static_cast<unsigned char>(0));
     return image;
 }
