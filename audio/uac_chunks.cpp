@@ -1,5 +1,6 @@
 // From isochronous packets to PCM chunks.
 
+
 #include <algorithm>
 #include <cstring>
 
@@ -138,34 +139,14 @@ std::uint32_t CLibUSB_UacCtrl::CopyPackets(const libusb_transfer* transfer,
 
 unsigned CLibUSB_UacCtrl::ReadFrame(unsigned char* dst, unsigned len)
 {
-    if (m_ring == nullptr)
-        return 0;
-    CFrameBuf* const frame = m_ring->Peek();
-    if (frame == nullptr)
-        return 0;
-    const unsigned copied = std::min<unsigned>(frame->size, len);
-    if (copied > 0)
-        std::memcpy(dst, frame->Data(), copied);
-    m_ring->Release();
-    return copied;
+    return m_ring != nullptr ? m_ring->CopyOut(dst, len) : 0;
 }
 
 int CLibUSB_UacCtrl::DequeFrameBuf(unsigned char** data, unsigned* size)
 {
     *data = nullptr;
     *size = 0;
-    if (m_ring == nullptr)
-        return 0;
-    CFrameBuf* const frame = m_ring->Peek();
-    if (frame == nullptr)
-        return 0;
-    if (frame->size == 0) {
-        m_ring->Release();
-        return 0;
-    }
-    *data = frame->Data();
-    *size = frame->size;
-    return static_cast<int>(frame->size);
+    return m_ring != nullptr ? m_ring->Lend(data, size) : 0;
 }
 
 int CLibUSB_UacCtrl::QueueFrameBuf()

@@ -3,7 +3,7 @@
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
-#include "devcmd/usb_identity.h"
+#include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 
 namespace {
@@ -53,43 +53,15 @@ void CLibUSB_UacCtrl::CloseDevice()
     m_device_handle = nullptr;
 }
 
-void CLibUSB_UacCtrl::DetachKernelDriver(int interface)
-{
-    if (libusb_kernel_driver_active(m_device_handle, interface) == 0)
-        return;
-    const int result = libusb_detach_kernel_driver(m_device_handle, interface);
-    if (result < 0)
-        CAM_LOG_AS("Init", kLogDebugging, "libusb_detach_kernel_driver fail!(%d)\n", result);
-}
-
 int CLibUSB_UacCtrl::Init(int vid, int pid)
 {
-    if (m_context != nullptr) {
-        m_device_handle = libusb_open_device_with_vid_pid(
-            m_context, static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
-        if (m_device_handle == nullptr) {
-            m_device_handle = libusb_open_device_with_vid_pid(m_context, CTRL_FALLBACK_VENDOR_ID,
-                                                              CTRL_FALLBACK_PRODUCT_ID);
-            if (m_device_handle != nullptr) {
-                CAM_LOG(kLogDebugging, "Found an KEL device VID=0x%X, PID=0x%X\r\n",
-                        CTRL_FALLBACK_VENDOR_ID, CTRL_FALLBACK_PRODUCT_ID);
-            }
-        }
-    }
-    if (m_device_handle == nullptr) {
-        CAM_LOG(kLogDebugging, "KEL Camera Device not found\n");
+    const CameraDevice camera = OpenCameraDevice(m_context, vid, pid);
+    if (camera.handle == nullptr)
         return -1;
-    }
+    m_device_handle = camera.handle;
+    m_device = camera.device;
 
-    m_device = libusb_get_device(m_device_handle);
-    int configuration = 0;
-    if (libusb_get_configuration(m_device_handle, &configuration) < 0) {
-        CAM_LOG(kLogDebugging, "libusb_get_configuration Error!\n");
-        CloseDevice();
-        return -1;
-    }
-
-    DetachKernelDriver(kAudioStreamingInterface);
+    DetachKernelDriver(m_device_handle, kAudioStreamingInterface);
     int result = libusb_claim_interface(m_device_handle, kAudioStreamingInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioStream) fail!(%d)\n", result);
@@ -99,7 +71,7 @@ int CLibUSB_UacCtrl::Init(int vid, int pid)
     CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioStream)  ok!\n");
     libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface, kIdleSetting);
 
-    DetachKernelDriver(kAudioControlInterface);
+    DetachKernelDriver(m_device_handle, kAudioControlInterface);
     result = libusb_claim_interface(m_device_handle, kAudioControlInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioControl)  fail!(%d)\n", result);

@@ -99,7 +99,6 @@ private:
     void PumpCancellations();
     void WaitForCancellations();
     bool AnyInFlight() const;
-    void DetachKernelDriver(int interface);
     void CloseDevice();
 
     pMutex m_event_mutex;  ///< recursive; held around event handling, cancelling and freeing

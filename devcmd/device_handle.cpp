@@ -15,6 +15,26 @@ void FreeList(libusb_device** list, ssize_t count)
     libusb_free_device_list(list, static_cast<int>(count));
 }
 
+/// Null when there is none; then the context is gone too.
+libusb_device** GetList(const char* function, libusb_context* context, ssize_t& count,
+                        bool log_count)
+{
+    libusb_device** list = nullptr;
+    count = libusb_get_device_list(context, &list);
+    if (log_count)
+        CAM_LOG_AS(function, kLogDebugging, "device count=%d.\r\n", static_cast<int>(count));
+    if (count < 0) {
+        CAM_LOG_AS(function, kLogFatal, "libusb_get_device_list error 0x%x \r\n",
+                   static_cast<unsigned>(count));
+        if (list != nullptr)
+            FreeList(list, count);
+        list = nullptr;
+    }
+    if (list == nullptr)
+        libusb_exit(context);
+    return list;
+}
+
 }  // namespace
 
 libusb_device* FindKelDevice(libusb_device** list, unsigned short vendorId,
@@ -47,21 +67,10 @@ bool CheckDeviceExist(unsigned short vendorId, unsigned short productId)
     }
 
     CAM_LOG(kLogDebugging, "libusb_get_device_list\r\n");
-    libusb_device** list = nullptr;
-    const ssize_t count = libusb_get_device_list(context, &list);
-    CAM_LOG(kLogDebugging, "device count=%d.\r\n", static_cast<int>(count));
-    if (count < 0) {
-        CAM_LOG(kLogFatal, "libusb_get_device_list error 0x%x \r\n",
-                static_cast<unsigned>(count));
-        if (list != nullptr)
-            FreeList(list, count);
-        libusb_exit(context);
+    ssize_t count = 0;
+    libusb_device** const list = GetList(__func__, context, count, true);
+    if (list == nullptr)
         return false;
-    }
-    if (list == nullptr) {
-        libusb_exit(context);
-        return false;
-    }
 
     const bool found = FindKelDevice(list, vendorId, productId) != nullptr;
     if (found) {
@@ -92,20 +101,10 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
         return nullptr;
     }
 
-    libusb_device** list = nullptr;
-    const ssize_t count = libusb_get_device_list(context, &list);
-    if (count < 0) {
-        CAM_LOG(kLogFatal, "libusb_get_device_list error 0x%x \r\n",
-                static_cast<unsigned>(count));
-        if (list != nullptr)
-            FreeList(list, count);
-        libusb_exit(context);
+    ssize_t count = 0;
+    libusb_device** const list = GetList(__func__, context, count, false);
+    if (list == nullptr)
         return nullptr;
-    }
-    if (list == nullptr) {
-        libusb_exit(context);
-        return nullptr;
-    }
 
     CAM_LOG(kLogDebugging, "get device list.\r\n");
     libusb_device* const device = FindKelDevice(list, vendorId, productId);

@@ -1,5 +1,8 @@
 #include "video/frame_queue.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "runtime/deadline.h"
 #include "runtime/sleep.h"
 
@@ -78,6 +81,34 @@ void CFrameBufQueue::Release()
     if (m_count == m_capacity)
         m_event.Trigger(m_mutex);
     --m_count;
+}
+
+int CFrameBufQueue::Lend(unsigned char** data, unsigned int* size)
+{
+    *data = nullptr;
+    *size = 0;
+    CFrameBuf* const frame = Peek();
+    if (frame == nullptr)
+        return 0;
+    if (frame->size == 0) {
+        Release();
+        return 0;
+    }
+    *data = frame->Data();
+    *size = frame->size;
+    return static_cast<int>(frame->size);
+}
+
+unsigned int CFrameBufQueue::CopyOut(unsigned char* dst, unsigned int maxLength)
+{
+    CFrameBuf* const frame = Peek();
+    if (frame == nullptr)
+        return 0;
+    const unsigned copied = std::min<unsigned>(frame->size, maxLength);
+    if (copied > 0)
+        std::memcpy(dst, frame->Data(), copied);
+    Release();
+    return copied;
 }
 
 void CFrameBufQueue::Close()

@@ -40,6 +40,13 @@ public:
     /// Consumer: gives the lent frame back.
     void Release();
 
+    /// Consumer: Peek for callers that want plain data. The frame's size, or 0
+    /// with both outputs cleared; a frame of size 0 is released at once.
+    int Lend(unsigned char** data, unsigned int* size);
+    /// Consumer: copies the oldest frame, `maxLength` bytes at most, and
+    /// releases it; the bytes copied.
+    unsigned int CopyOut(unsigned char* dst, unsigned int maxLength);
+
     /// From now on nobody sleeps on this ring; sleepers wake.
     void Close();
     bool IsClosed();

@@ -1,8 +1,6 @@
 // Opening and closing of the video function.
 
-#include <initializer_list>
-
-#include "devcmd/usb_identity.h"
+#include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 #include "video/transfer_param.h"
 #include "video/uvc_constants.h"
@@ -50,38 +48,13 @@ void CLibUSB_UvcCtrl::CloseDevice()
 
 int CLibUSB_UvcCtrl::Init(int vid, int pid)
 {
-    if (m_context != nullptr) {
-        m_device_handle = libusb_open_device_with_vid_pid(
-            m_context, static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
-        if (m_device_handle == nullptr) {
-            m_device_handle = libusb_open_device_with_vid_pid(m_context, CTRL_FALLBACK_VENDOR_ID,
-                                                              CTRL_FALLBACK_PRODUCT_ID);
-            if (m_device_handle != nullptr) {
-                CAM_LOG(kLogDebugging, "Found an KEL device VID=0x%X, PID=0x%X\r\n",
-                        CTRL_FALLBACK_VENDOR_ID, CTRL_FALLBACK_PRODUCT_ID);
-            }
-        }
-    }
-    if (m_device_handle == nullptr) {
-        CAM_LOG(kLogDebugging, "KEL Camera Device not found\n");
+    const CameraDevice camera = OpenCameraDevice(m_context, vid, pid);
+    if (camera.handle == nullptr)
         return -1;
-    }
-
-    m_device = libusb_get_device(m_device_handle);
-    int configuration = 0;
-    if (libusb_get_configuration(m_device_handle, &configuration) < 0) {
-        CAM_LOG(kLogDebugging, "libusb_get_configuration Error!\n");
-        CloseDevice();
-        return -1;
-    }
-
-    for (const int interface : {kVideoStreamingInterface, kVideoControlInterface}) {
-        if (libusb_kernel_driver_active(m_device_handle, interface) == 0)
-            continue;
-        const int result = libusb_detach_kernel_driver(m_device_handle, interface);
-        if (result < 0)
-            CAM_LOG(kLogDebugging, "libusb_detach_kernel_driver fail!(%d)\n", result);
-    }
+    m_device_handle = camera.handle;
+    m_device = camera.device;
+    DetachKernelDriver(m_device_handle, kVideoStreamingInterface);
+    DetachKernelDriver(m_device_handle, kVideoControlInterface);
 
     int result = libusb_claim_interface(m_device_handle, kVideoStreamingInterface);
     if (result < 0) {

@@ -272,42 +272,26 @@ int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
     *size = 0;
     if (m_frame_queue == nullptr)
         return 0;
-    CFrameBuf* const frame = m_frame_queue->Peek();
-    if (frame == nullptr)
-        return 0;
-    if (frame->size == 0) {
-        ReleaseFrame();
-        return 0;
-    }
-    *data = frame->Data();
-    *size = frame->size;
-    return static_cast<int>(frame->size);
+    const int lent = m_frame_queue->Lend(data, size);
+    if (lent == 0)
+        WakeForParked();
+    return lent;
 }
 
 int CLibUSB_UvcCtrl::QueueFrameBuf()
 {
-    ReleaseFrame();
-    return 0;
-}
-
-void CLibUSB_UvcCtrl::ReleaseFrame()
-{
     if (m_frame_queue == nullptr)
-        return;
+        return 0;
     m_frame_queue->Release();
     WakeForParked();
+    return 0;
 }
 
 unsigned int CLibUSB_UvcCtrl::ReadFrame(unsigned char* dst, unsigned int maxLength)
 {
     if (m_frame_queue == nullptr)
         return 0;
-    CFrameBuf* const frame = m_frame_queue->Peek();
-    if (frame == nullptr)
-        return 0;
-    const unsigned copied = std::min<unsigned>(frame->size, maxLength);
-    if (copied > 0)
-        std::memcpy(dst, frame->Data(), copied);
-    ReleaseFrame();
+    const unsigned copied = m_frame_queue->CopyOut(dst, maxLength);
+    WakeForParked();
     return copied;
 }

@@ -99,7 +99,6 @@ private:
     bool AppendPayload(const unsigned char* data, unsigned length);
     bool TakeParkedTransfers();
     void WakeForParked();
-    void ReleaseFrame();
     bool OnEventThread() const;
     void Resubmit(libusb_transfer* transfer);
     int Submit(libusb_transfer* transfer, unsigned index);
