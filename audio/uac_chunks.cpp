@@ -1,6 +1,5 @@
 // From isochronous packets to PCM chunks.
 
-
 #include <algorithm>
 #include <cstring>
 

@@ -2,6 +2,9 @@
 #ifndef VIRTUAL_CAMERA_MODEL_DESCRIPTORS_H
 #define VIRTUAL_CAMERA_MODEL_DESCRIPTORS_H
 
+#include <algorithm>
+#include <iterator>
+
 #include "virtual_camera/model/bytes.h"
 #include "virtual_camera/model/options.h"
 
@@ -30,7 +33,7 @@ Bytes AssociationDescriptor(std::uint8_t first, std::uint8_t count, std::uint8_t
 Bytes BulkEndpointDescriptor(std::uint8_t address);
 inline void Append(Bytes& to, const Bytes& more)
 {
-    to.insert(to.end(), more.begin(), more.end());
+    std::copy(more.begin(), more.end(), std::back_inserter(to));
 }
 /// @}
 
