@@ -1,0 +1,84 @@
+#include "tests/video/usb_calls.h"
+
+#include <cstdio>
+
+namespace {
+
+using vcam::standin::Call;
+
+template <typename... Arguments>
+std::string Text(const char* format, Arguments... arguments)
+{
+    char text[128];
+    std::snprintf(text, sizeof text, format, arguments...);
+    return text;
+}
+
+bool NamesInterface(const std::string& function)
+{
+    for (const char* const name : {"claim_interface", "release_interface",
+                                   "kernel_driver_active", "detach_kernel_driver"})
+        if (function == name)
+            return true;
+    return false;
+}
+
+}  // namespace
+
+std::string Describe(const Call& call)
+{
+    const std::string prefix = "libusb_";
+    const std::string name =
+        call.function.compare(0, prefix.size(), prefix) == 0 ? call.function.substr(prefix.size())
+                                                             : call.function;
+    if (name == "open_device_with_vid_pid")
+        return Text("open %04x:%04x", call.vendor_id, call.product_id);
+    if (NamesInterface(name))
+        return name + Text(" %d", call.interface_number);
+    if (name == "set_interface_alt_setting")
+        return Text("setting %d %d", call.interface_number, call.value);
+    if (name == "get_max_packet_size")
+        return name + Text(" %02x", call.endpoint);
+    if (name == "submit_transfer")
+        return Text("submit %02x type %d length %zu %ums", call.endpoint, call.transfer_type,
+                    call.length, call.timeout_ms);
+    if (name == "control_transfer")
+        return Text("control %02x %02x %04x %04x %u %ums", call.setup.request_type,
+                    call.setup.request, call.setup.value, call.setup.index, call.setup.length,
+                    call.timeout_ms);
+    return name;
+}
+
+std::vector<std::string> CallLines()
+{
+    std::vector<std::string> lines;
+    for (const Call& call : vcam::standin::Bus::Instance().CallLog())
+        lines.push_back(Describe(call));
+    return lines;
+}
+
+std::vector<std::string> CallLines(const std::string& word)
+{
+    std::vector<std::string> lines;
+    for (std::string& line : CallLines())
+        if (line.compare(0, word.size(), word) == 0)
+            lines.push_back(std::move(line));
+    return lines;
+}
+
+std::vector<std::string> LogLines(const test_support::LogCapture& log)
+{
+    std::vector<std::string> lines;
+    for (const test_support::LogEntry& entry : log.Entries())
+        lines.push_back(entry.function + "/" + std::to_string(entry.level) + ": " + entry.message);
+    return lines;
+}
+
+std::vector<std::string> LogLines(const test_support::LogCapture& log, const std::string& function)
+{
+    std::vector<std::string> lines;
+    for (std::string& line : LogLines(log))
+        if (line.compare(0, function.size() + 1, function + "/") == 0)
+            lines.push_back(std::move(line));
+    return lines;
+}
