@@ -9,8 +9,10 @@ namespace libusb_objects {
 
 /// The last ones handed out.
 libusb_context* Context();
-libusb_device** List();
 libusb_device_handle* Handle();
+
+/// Gives back every list, handle and context that is still out.
+void GiveBackLeftovers();
 
 /// The next libusb_init makes a context and fails all the same.
 void FailNextInitWithContext(int code);

@@ -219,7 +219,7 @@ TEST_F(OpenDevice, FailedOpenFreesTheListAndLeavesTheContextOpen)
     const auto left = m_bus.Counters();
     EXPECT_EQ(left.contexts, 1);
     EXPECT_EQ(left.device_lists, 0);
-    libusb_exit(libusb_objects::Context());
+    libusb_objects::GiveBackLeftovers();
 }
 
 TEST_F(OpenDevice, FailedClaimLeavesHandleListAndContextAsTheyAre)
@@ -236,9 +236,7 @@ TEST_F(OpenDevice, FailedClaimLeavesHandleListAndContextAsTheyAre)
     EXPECT_EQ(left.contexts, 1);
     EXPECT_EQ(left.device_lists, 1);
     EXPECT_EQ(left.handles, 1);
-    libusb_free_device_list(libusb_objects::List(), 1);
-    libusb_close(libusb_objects::Handle());
-    libusb_exit(libusb_objects::Context());
+    libusb_objects::GiveBackLeftovers();
 }
 
 }  // namespace
