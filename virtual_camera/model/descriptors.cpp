@@ -10,7 +10,7 @@ namespace {
 enum : std::uint8_t { kVendorClass = 0xFF };
 
 struct Configuration {
-    std::uint8_t interfaces;
+    std::uint8_t interfaces = 0;
     Bytes body;
 };
 
