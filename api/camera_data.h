@@ -1,4 +1,5 @@
-// The frame record handed to observers.
+/// @file
+/// The frame record handed to observers.
 #ifndef TORVIK_API_CAMERA_DATA_H
 #define TORVIK_API_CAMERA_DATA_H
 
@@ -19,20 +20,25 @@ struct CCameraCropInfo {
 /// the call.
 struct CCameraData {
     unsigned char* data;  ///< payload: H.264 pieces with start codes, a JPEG file, an image, PCM
-    std::uint32_t size;   ///< payload length in bytes; null data with size 0 ends a raw-image stream
+    /// Payload length in bytes. Null data with size 0 tells NV12 and GRAY
+    /// observers that recording has stopped.
+    std::uint32_t size;
     union {
         /// NV12 and GRAY inside the driver: the camera's crop flag; observers
         /// always see 0 and find the answer in crop_info. 0 for other images.
         std::uint32_t crop_flag;
         /// H.264 and PCM: 90 kHz clock ticks counted from the start of the
-        /// capture thread of that medium, wrapping at 2^32. Two equal clock
-        /// readings make the stamp jump by about 71.6 minutes; hosts must
+        /// capture thread of that medium. After 2^32 (13 h 15 min) that of
+        /// H.264 wraps and that of PCM stays at the highest value. Two equal
+        /// clock readings make the stamp jump by about 71.6 minutes; hosts must
         /// expect it and fall back to arrival times.
         std::uint32_t timestamp;
     };
-    CAM_STREAM stream_type;
-    std::uint32_t format_detail;  ///< 12 for NV12 and GRAY; not meaningful for H.264
-    CCameraCropInfo* crop_info;   ///< NV12 and GRAY only; not meaningful for H.264
+    CAM_STREAM stream_type;       ///< whose observers get it
+    std::uint32_t format_detail;  ///< 12 for NV12 and GRAY; not meaningful for the others
+    /// NV12 and GRAY only, null in the record that ends their stream; not
+    /// meaningful for the others.
+    CCameraCropInfo* crop_info;
 };
 
 static_assert(sizeof(CCameraCropInfo) == 12 && offsetof(CCameraCropInfo, pos_y) == 4 &&

@@ -1,4 +1,5 @@
-// The host's receiver of frames.
+/// @file
+/// The host's receiver of frames.
 #ifndef TORVIK_API_CAMERA_OBSERVER_H
 #define TORVIK_API_CAMERA_OBSERVER_H
 
@@ -14,15 +15,21 @@
 /// five video frames of slack exist before the camera is held back, and four
 /// audio chunks before audio is dropped. Inside OnFrame a host must not
 ///  - register or remove observers,
-///  - call recording or property operations (the stop joins this very thread),
-///  - destroy the camera.
+///  - call recording, property or capability operations (the stop holds their
+///    lock and waits for this very thread),
+///  - wait for a host thread that is inside one of those,
+///  - hand in frames of its own with OnFrameArrival,
+///  - destroy the camera,
+///  - throw.
 class ICameraObserver {
 public:
     virtual ~ICameraObserver() = default;
 
-    /// One frame of the stream named by `stream`. The result of PCM observers
-    /// is handed back to the audio thread (last observer wins); all other
-    /// results are ignored.
+    /// One frame of the stream named by `stream`.
+    ///
+    /// @param data  the driver's, readable until OnFrame returns
+    /// @return any number; nothing depends on it. The last PCM observer's comes
+    ///         back from ICameraSubject::OnFrameArrival.
     virtual int OnFrame(const CCameraData* data) = 0;
 
     int reserved = 0;                    ///< never touched by the driver

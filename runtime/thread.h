@@ -1,4 +1,5 @@
-// Worker threads with a cooperative stop request.
+/// @file
+/// Worker threads with a cooperative stop request.
 #ifndef TORVIK_RUNTIME_THREAD_H
 #define TORVIK_RUNTIME_THREAD_H
 
@@ -17,28 +18,47 @@
 class CAM_API pThread
 {
 public:
-    /// `stackSize` in bytes; 0 or less keeps the system's default.
+    /// Starts no thread yet.
+    ///
+    /// @param detached   nobody waits for the thread; Stop cancels it
+    /// @param stackSize  in bytes; 0 or less keeps the system's default
     pThread(bool detached, int stackSize);
     pThread(const pThread&) = delete;
     pThread& operator=(const pThread&) = delete;
 
+    /// The worker's body, called once on the new thread.
     virtual void Run() = 0;
     virtual ~pThread();
     /// Sets the stop request and waits until Run has returned (joinable), or
-    /// cancels the thread (detached).
+    /// cancels the thread (detached). Nothing without a thread.
     virtual void Stop();
 
     /// Starts Run on a new thread at the highest priority the process may have
-    /// (the calling thread gets it too). `name` is ignored. A thread that runs
-    /// already goes on running. 0, or the system's error number.
+    /// (the calling thread gets it too). A joinable thread that was not stopped
+    /// since is not started again.
+    ///
+    /// @param name  ignored
+    /// @return 0, or the system's error number
     int Start(const char* name);
 
-    /// True on the worker itself.
+    /// Tells the worker from its owner.
+    ///
+    /// @return true on the worker itself
     bool IsCurrentThread() const;
+    /// What Run polls. Any thread.
+    ///
+    /// @return true since Stop
     bool StopRequested() const { return m_stop_requested.load(std::memory_order_acquire); }
 
-    /// Sleeps `ms` milliseconds; the result of nanosleep.
+    /// Sleeps.
+    ///
+    /// @param ms  milliseconds
+    /// @return that of nanosleep: 0, or -1 when a signal ended it early
     static int Sleep(unsigned int ms);
+    /// What the new thread executes: the call of Run.
+    ///
+    /// @param self  the pThread
+    /// @return always null
     static void* thread_func(void* self);
 
 private:
