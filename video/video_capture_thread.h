@@ -50,7 +50,7 @@ private:
 
     IVideoCapture* const m_capturer;
     ICameraSubject* const m_camera;
-    const std::uint32_t m_platform;
+    [[maybe_unused]] const std::uint32_t m_platform;  ///< kept for the debugger
     const std::uint8_t m_split_key_frames;
 };
 
