@@ -104,12 +104,14 @@ TEST_F(LostContainers, CheckNoticesAMissingPicture)
     ASSERT_GT(matches.size(), 30u);
     std::vector<std::vector<unsigned char>> units;
     std::size_t left_out = 0;
-    for (const Match& match : matches) {
-        // The second picture behind a key picture, once.
-        if (left_out == 0 && units.size() > 4 && !match.sent.key)
-            left_out = match.sent.number;
+    for (std::size_t i = 0; i < matches.size(); ++i) {
+        // One that the picture behind it is predicted from.
+        const bool needed = !matches[i].sent.key && i + 1 < matches.size() &&
+                            !matches[i + 1].sent.key;
+        if (left_out == 0 && i > 4 && needed)
+            left_out = i;
         else
-            units.push_back(match.data);
+            units.push_back(matches[i].data);
     }
     ASSERT_NE(left_out, 0u);
     EXPECT_THAT(DecodeH264(units).errors, testing::Not(testing::IsEmpty()));
