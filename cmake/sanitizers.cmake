@@ -6,3 +6,7 @@ if(TORVIK_SANITIZE)
         add_compile_options(-fno-sanitize-recover=undefined)
     endif()
 endif()
+# Fuzzers steer by the coverage of everything they link.
+if(TORVIK_BUILD_FUZZERS)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
