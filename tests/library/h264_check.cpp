@@ -19,7 +19,9 @@ std::vector<std::string>* g_errors = nullptr;
 
 void Log(void*, int level, const char* format, va_list arguments)
 {
-    if (level > AV_LOG_ERROR)
+    // A missing picture is concealed and mentioned in passing only.
+    const bool gap = std::strstr(format, "Frame num gap") != nullptr;
+    if (level > AV_LOG_ERROR && !gap)
         return;
     char text[256];
     std::vsnprintf(text, sizeof text, format, arguments);

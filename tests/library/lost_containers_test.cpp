@@ -88,12 +88,6 @@ TEST_F(LostContainers, EveryFifthWithWholeKeyFramesLeavesDecodableSequences)
     Check(Stream::kMain, m_main, 30);
 }
 
-TEST_F(LostContainers, PayloadsMarkedBadLeaveDecodableSequences)
-{
-    Record(kCalder, CAM_PROPERTY_MICVOLUME, 30, "payload every 37 err");
-    Check(Stream::kMain, m_main, 30);
-}
-
 TEST_F(LostContainers, CheckNoticesAMissingPicture)
 {
     Record(kBrevan, CAM_PROPERTY_SIGNAL_TYPE, CAM_SIGNAL_H264_GRAY, "");
