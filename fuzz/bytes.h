@@ -25,8 +25,16 @@ public:
         Take(&byte, 1);
         return byte;
     }
-    std::uint16_t U16() { return static_cast<std::uint16_t>(U8() | U8() << 8); }
-    std::uint32_t U32() { return U16() | static_cast<std::uint32_t>(U16()) << 16; }
+    std::uint16_t U16()
+    {
+        const std::uint8_t low = U8();
+        return static_cast<std::uint16_t>(low | U8() << 8);
+    }
+    std::uint32_t U32()
+    {
+        const std::uint16_t low = U16();
+        return low | static_cast<std::uint32_t>(U16()) << 16;
+    }
 
     /// Fills `target`; the bytes that came from the input.
     std::size_t Take(std::uint8_t* target, std::size_t size)

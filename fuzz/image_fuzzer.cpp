@@ -96,7 +96,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const std::size_t stretch = input.U16();
     const std::uint32_t word = input.U32();
     const std::uint32_t argument = input.U32();
-    const std::size_t answers = std::min<std::size_t>(input.U8(), input.Left());
+    const std::size_t wanted_answers = input.U8();
+    const std::size_t answers = std::min(wanted_answers, input.Left());
     fuzz::Bytes script(input.Data(), answers);
     input.Skip(answers);
 

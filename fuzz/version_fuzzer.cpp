@@ -50,7 +50,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     fuzz::Bytes input(data, size);
     const std::uint8_t first = input.U8();
     g_embedded_cam_dbg_level = first & 0x80 ? 5 : 0;
-    const std::size_t length = std::min<std::size_t>(input.U16(), input.Left());
+    const std::size_t wanted_length = input.U16();
+    const std::size_t length = std::min(wanted_length, input.Left());
     fuzz::MemoryFile factory(input.Data(), length);
     input.Skip(length);
     fuzz::MemoryFile downloaded(input.Data(), input.Left());
