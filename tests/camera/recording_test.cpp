@@ -159,29 +159,29 @@ class EverySignalType : public Recording,
 TEST_P(EverySignalType, IsSentAndLogged)
 {
     MakeAndConnect(kBrevan);
-    const auto [type, name] = GetParam();
+    const auto [type, line] = GetParam();
     Set(CAM_PROPERTY_SIGNAL_TYPE, type);
     m_device->ClearLog();
     m_log.Clear();
     ASSERT_TRUE(m_camera->StartRecording());
     EXPECT_EQ(Commands().at(0), "14: 1 " + std::to_string(type));
-    EXPECT_TRUE(HasLine(m_log, 4, "StartRecording",
-                        "Signale Type = " + std::string(name) + "\r\n"));
+    EXPECT_TRUE(HasLine(m_log, 4, "StartRecording", line));
     EXPECT_EQ(AudioRuns(), type == CAM_SIGNAL_H264_H264_GRAY);
     for (const std::string& command : Commands())
         EXPECT_NE(command.rfind("14: 2", 0), 0u) << "no option word: " << command;
 }
 
-INSTANTIATE_TEST_SUITE_P(Types, EverySignalType,
-                         testing::Values(std::pair(0, "CAM_SIGNAL_H264_YUYV"),
-                                         std::pair(1, "CAM_SIGNAL_H264_GRAY"),
-                                         std::pair(2, "CAM_SIGNAL_GRAY"),
-                                         std::pair(3, "CAM_SIGNAL_H264_H264_GRAY"),
-                                         std::pair(4, "CAM_SIGNAL_H264_NV21"),
-                                         std::pair(5, "CAM_SIGNAL_H264_GRAY_JPEG"),
-                                         std::pair(6, "CAM_SIGNAL_H264_GRAY_SI"),
-                                         std::pair(7, "CAM_SIGNAL_H264_H264"),
-                                         std::pair(8, "CAM_SIGNAL_H264_MJPEG")));
+INSTANTIATE_TEST_SUITE_P(
+    Types, EverySignalType,
+    testing::Values(std::pair(0, "Signale Type = CAM_SIGNAL_H264_YUYV\r\n"),
+                    std::pair(1, "Signale Type = CAM_SIGNAL_H264_GRAY\r\n"),
+                    std::pair(2, "Signale Type = CAM_SIGNAL_GRAY\r\n"),
+                    std::pair(3, "Signale Type = CAM_SIGNAL_H264_H264_GRAY\r\n"),
+                    std::pair(4, "Signale Type = CAM_SIGNAL_H264_NV21\r\n"),
+                    std::pair(5, "Signale Type = CAM_SIGNAL_H264_GRAY_JPEG\r\n"),
+                    std::pair(6, "Signale Type = CAM_SIGNAL_H264_GRAY_SI\r\n"),
+                    std::pair(7, "Signale Type = CAM_SIGNAL_H264_H264\r\n"),
+                    std::pair(8, "Signale Type = CAM_SIGNAL_H264_MJPEG\r\n")));
 
 TEST_F(Recording, StartLogsItsStepsInOrder)
 {
