@@ -65,7 +65,7 @@ INSTANTIATE_TEST_SUITE_P(
                            "LIBUSB_TRANSFER_OVERFLOW! EP = 81\n"},
                     Ending{"Error", LIBUSB_TRANSFER_ERROR, "Audio Transfer Unknown Status=1\r\n"},
                     Ending{"Stall", LIBUSB_TRANSFER_STALL, "Audio Transfer Unknown Status=4\r\n"},
-                    Ending{"Unknown", 42, "Audio Transfer Unknown Status=42\r\n"}),
+                    Ending{"Unknown", 7, "Audio Transfer Unknown Status=7\r\n"}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(Completion, TimedOutTransferIsSubmittedAgainAndItsDataLost)

@@ -135,7 +135,7 @@ TEST_F(EventThreadTest, DisableIgnoresAFailedSetting)
 
 TEST_F(EventThreadTest, DestructorLogsAroundTheThreadAndThenTheTransport)
 {
-    m_transport.reset();
+    std::make_unique<CKEL_CAM_LIB>().reset();
     EXPECT_THAT(LogLines(m_log),
                 ElementsAre("~CKEL_CAM_LIB/4: CKEL_CAM_LIB::~CKEL_CAM_LIB()+\r\n",
                             "~CKEL_CAM_LIB/4: CKEL_CAM_LIB::~CKEL_CAM_LIB()-\r\n",
@@ -144,8 +144,9 @@ TEST_F(EventThreadTest, DestructorLogsAroundTheThreadAndThenTheTransport)
 
 TEST_F(EventThreadTest, DestructorEndsALoopThatRuns)
 {
-    m_transport->VideoTransferStart();
-    m_transport.reset();
+    auto plain = std::make_unique<CKEL_CAM_LIB>();
+    plain->VideoTransferStart();
+    plain.reset();
     EXPECT_EQ(m_log.Count("CKEL_CAM_LIB::run() Exit libusb thread.\n"), 1u);
 }
 

@@ -38,6 +38,7 @@ enum : std::uint8_t { kFid = 0x01, kEof = 0x02, kErr = 0x40 };
 /// The transport with its event thread, its state laid open.
 class Transport : public CKEL_CAM_LIB {
 public:
+    ~Transport() override { pThread::Stop(); }
     using CLibUSB_UvcCtrl::DeviceHandle;
     using CLibUSB_UvcCtrl::IsStreaming;
 };
