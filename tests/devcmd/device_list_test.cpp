@@ -117,6 +117,28 @@ TEST_F(CheckDevice, GivesEverythingBackWhenTheDeviceIsAbsent)
                             "libusb_exit"));
 }
 
+TEST_F(CheckDevice, LogsTheWholeEndBeforeItFreesTheListWhenTheDeviceIsAbsent)
+{
+    bool logged = false;
+    m_bus.OnCall("libusb_free_device_list", vcam::standin::When::kBefore,
+                 [&](const Call&) { logged = m_log.Contains("libusb_exit\r\n"); });
+    CheckDeviceExist(kVendor, 0x4321);
+    EXPECT_TRUE(logged);
+}
+
+TEST_F(CheckDevice, FreesTheListBetweenItsLastLinesWhenTheDeviceIsThere)
+{
+    bool free_logged = false;
+    bool exit_logged = true;
+    m_bus.OnCall("libusb_free_device_list", vcam::standin::When::kBefore, [&](const Call&) {
+        free_logged = m_log.Contains("free device list\r\n");
+        exit_logged = m_log.Contains("libusb_exit\r\n");
+    });
+    CheckDeviceExist(kVendor, kProduct);
+    EXPECT_TRUE(free_logged);
+    EXPECT_FALSE(exit_logged);
+}
+
 TEST_F(CheckDevice, FreesTheListWithTheCountSoThatDevicesAreUnreferenced)
 {
     m_bus.Attach(std::make_shared<ScriptedDevice>(Layout::kBootLoaderUvc, 0x1234, 0x4321));

@@ -72,6 +72,8 @@ void GiveBackLeftovers()
 
 }  // namespace libusb_objects
 
+// Visible, since the libraries of a sanitizer refer to these names too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 int __real_libusb_init(libusb_context**);
@@ -138,3 +140,4 @@ void __wrap_libusb_close(libusb_device_handle* handle)
     __real_libusb_close(handle);
 }
 }
+#pragma GCC visibility pop

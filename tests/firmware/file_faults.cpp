@@ -18,6 +18,8 @@ void FailNthTell(int nth) { t_tells_to_failure = nth; }
 
 }  // namespace file_faults
 
+// Visible, since the libraries of a sanitizer refer to these names too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 std::size_t __real_fread(void*, std::size_t, std::size_t, std::FILE*);
@@ -39,3 +41,4 @@ long __wrap_ftell(std::FILE* file)
     return __real_ftell(file);
 }
 }
+#pragma GCC visibility pop

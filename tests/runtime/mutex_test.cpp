@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -88,6 +89,76 @@ TEST_F(Mutexes, GuardHoldsTheMutexForItsScope)
         EXPECT_FALSE(IsFree(mutex));
     }
     EXPECT_TRUE(IsFree(mutex));
+}
+
+TEST_F(Mutexes, TryAcquireTakesAFreeOneAndLeavesATakenOne)
+{
+    pMutex mutex;
+    ASSERT_TRUE(mutex.TryAcquire());
+    std::thread other([&] { EXPECT_FALSE(mutex.TryAcquire()); });
+    other.join();
+    mutex.Release();
+    EXPECT_TRUE(IsFree(mutex));
+}
+
+TEST_F(Mutexes, PairGuardHoldsBothForItsScope)
+{
+    pMutex first;
+    pMutex second;
+    {
+        const MutexPairGuard guard(first, second);
+        EXPECT_FALSE(IsFree(first));
+        EXPECT_FALSE(IsFree(second));
+    }
+    EXPECT_TRUE(IsFree(first));
+    EXPECT_TRUE(IsFree(second));
+}
+
+TEST_F(Mutexes, PairGuardCanBeNestedInOneThread)
+{
+    pMutex first;
+    pMutex second;
+    const MutexGuard outer(second);
+    const MutexPairGuard guard(first, second);
+    EXPECT_FALSE(IsFree(first));
+}
+
+TEST_F(Mutexes, PairGuardDoesNotKeepTheFirstWhileItWaitsForTheSecond)
+{
+    pMutex first;
+    pMutex second;
+    std::atomic<bool> inside{false};
+    second.Acquire();
+    std::thread other([&] {
+        const MutexPairGuard guard(first, second);
+        inside = true;
+    });
+    EXPECT_TRUE(WaitUntil([&] { return IsFree(first); }));
+    EXPECT_FALSE(inside);
+    // In the reverse order, as the pair would otherwise be blocked for good.
+    first.Acquire();
+    first.Release();
+    second.Release();
+    other.join();
+    EXPECT_TRUE(inside);
+}
+
+TEST_F(Mutexes, PairGuardsInOppositeOrdersDoNotBlockEachOther)
+{
+    pMutex first;
+    pMutex second;
+    int counter = 0;
+    const auto count = [&counter](pMutex& one, pMutex& other) {
+        for (int i = 0; i < 5000; ++i) {
+            const MutexPairGuard guard(one, other);
+            ++counter;
+        }
+    };
+    std::thread forward([&] { count(first, second); });
+    std::thread backward([&] { count(second, first); });
+    forward.join();
+    backward.join();
+    EXPECT_EQ(counter, 10000);
 }
 
 TEST_F(Mutexes, PlainOneIsMadeOfTheNormalType)

@@ -27,6 +27,8 @@ pid_t Wait(pid_t child, int* status, int options)
 
 }  // namespace
 
+// Visible, since the libraries of a sanitizer refer to these names too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 pid_t __wrap_vfork()
@@ -65,6 +67,7 @@ pid_t __wrap_waitpid(pid_t child, int* status, int options)
     return g_wait_answers_another ? waited + 1 : waited;
 }
 }
+#pragma GCC visibility pop
 
 namespace {
 

@@ -114,6 +114,8 @@ void Reset()
 
 using namespace system_calls;
 
+// Visible, since the libraries of a sanitizer refer to these names too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void __wrap__Z7__FATALPKcz(const char* format, ...)
@@ -272,3 +274,4 @@ int __wrap_fclose(std::FILE* file)
     return __real_fclose(file);
 }
 }
+#pragma GCC visibility pop
