@@ -95,6 +95,16 @@ void Configure(ICameraSubject& camera, Setup& setup, Console& console)
     }
 }
 
+/// What the driver asks of the encoders.
+void SetFrameRates(ICameraSubject& camera, const std::string& platform, WriterOptions& writer)
+{
+    CAM_PROP_VALUE value = {0, {0, 0}};
+    if (camera.GetProperty(CAM_PROPERTY_FRAMERATE, &value) && value.value > 0) {
+        writer.main_fps = static_cast<unsigned>(value.value);
+    }
+    writer.sub_fps = platform == "ferrow_a" ? 30 : 15;
+}
+
 /// Asks for a still once the recording runs well, again when none comes.
 class StillTrigger {
 public:
@@ -187,6 +197,7 @@ int RunRecord(Host& host, const RecordOptions& options)
     CameraSession session(library);
     session.MustOpen(host.events);
     Configure(session.Camera(), setup, host.console);
+    SetFrameRates(session.Camera(), host.Platform(), setup.writer);
     RecordingWriter writer(queue, setup.writer);
     observers.Register(session.Camera());
     if (!session->StartRecording() || session->GetState() != CAM_STATE_RECORDING) {

@@ -28,6 +28,9 @@ public:
     /// television's paths when one is wanted. Call before any thread starts.
     const Library& Lib();
 
+    /// The television asked for by name; empty when none was.
+    const std::string& Platform() const { return m_options.platform; }
+
     Console console;
     WakePipe events;
 

@@ -142,7 +142,7 @@ void RecordingWriter::WriteMain(const Picture& picture)
         }
         return;
     }
-    m_main.file->AddVideo(picture.unit, picture.timeUs, picture.key_frame);
+    m_main.file->AddVideo(picture.unit, m_main.cadence.Place(picture.timeUs), picture.key_frame);
     Count(CAM_STREAM_H264_MAIN, m_main.file->Path(), picture.unit.size(), picture.timeUs,
           m_main.gaps.Lost());
 }
@@ -163,7 +163,7 @@ void RecordingWriter::WriteSub(const Picture& picture)
         m_sub.file = std::make_unique<MovieFile>(m_options.folder + "/sub.mkv",
                                                  m_sub.parameter_sets, picture.unit, false);
     }
-    m_sub.file->AddVideo(picture.unit, picture.timeUs, picture.key_frame);
+    m_sub.file->AddVideo(picture.unit, m_sub.cadence.Place(picture.timeUs), picture.key_frame);
     Count(CAM_STREAM_H264_SUB, m_sub.file->Path(), picture.unit.size(), picture.timeUs,
           m_sub.gaps.Lost());
 }

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "host/audio_timeline.h"
+#include "host/cadence.h"
 #include "host/frame_queue.h"
 #include "host/gap_counter.h"
 #include "host/movie_file.h"
@@ -25,6 +26,8 @@ struct WriterOptions {
     std::int64_t lengthUs = 0;
     bool main_expected = true;  ///< the recording starts with its first key frame
     PictureSize raw_size;       ///< tried first for raw images
+    unsigned main_fps = 0;      ///< nominal frames per second, 0 when not known
+    unsigned sub_fps = 0;
 };
 
 /// What one stream has come to.
@@ -63,7 +66,9 @@ private:
         bool key_frame = false;
     };
     struct VideoTrack {
+        explicit VideoTrack(unsigned fps) : cadence(fps) {}
         AccessUnitAssembler assembler;
+        Cadence cadence;
         GapCounter gaps;
         Bytes parameter_sets;
         std::unique_ptr<MovieFile> file;
@@ -90,8 +95,8 @@ private:
     StreamClock m_video_clock;  ///< main and sub share a capture thread
     StreamClock m_audio_clock;
     AudioTimeline m_audio_timeline;
-    VideoTrack m_main;
-    VideoTrack m_sub;
+    VideoTrack m_main{m_options.main_fps};
+    VideoTrack m_sub{m_options.sub_fps};
     std::deque<Picture> m_waiting;  ///< main pictures, until the sound has shown up
     bool m_audio_seen = false;
     std::exception_ptr m_failure;  ///< read after the join

@@ -13,6 +13,11 @@ struct Wrong {
     std::string message;
 };
 
+void PrintTo(const Wrong& wrong, std::ostream* out)
+{
+    *out << wrong.message;
+}
+
 class WrongCommandLine : public testing::TestWithParam<Wrong> {};
 
 TEST_P(WrongCommandLine, EndsWithItsCodeAndOneClearLine)

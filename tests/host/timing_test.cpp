@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "host/audio_timeline.h"
+#include "host/cadence.h"
 #include "host/gap_counter.h"
 #include "host/stream_clock.h"
 
@@ -147,4 +148,36 @@ TEST(GapCounter, SlightlyDifferentRateIsNoLoss)
 }
 
 }  // namespace
+TEST(Cadence, PutsJitteryPicturesOnEvenTicks)
+{
+    Cadence cadence(30);
+    std::int64_t last = -1;
+    const std::int64_t times[] = {0, 1000, 34000, 100000, 101000, 166000, 170000, 230000};
+    for (const std::int64_t time : times) {
+        const std::int64_t placed = cadence.Place(time);
+        EXPECT_GE(placed - last, last < 0 ? 0 : 33333);
+        EXPECT_LE(std::abs(placed - time), 100000);
+        last = placed;
+    }
+}
+
+TEST(Cadence, LeavesAGapWherePicturesWereLost)
+{
+    Cadence cadence(30);
+    cadence.Place(0);
+    EXPECT_EQ(cadence.Place(1000000), 1000000);
+}
+
+TEST(Cadence, TakesTimesAsTheyAreWhenTheRateIsUnknownOrWrong)
+{
+    Cadence unknown(0);
+    EXPECT_EQ(unknown.Place(12345), 12345);
+    Cadence wrong(10);
+    std::int64_t placed = 0;
+    for (int picture = 0; picture < 60; ++picture) {
+        placed = wrong.Place(picture * 33333);
+    }
+    EXPECT_EQ(placed, 59 * 33333);
+}
+
 }  // namespace host
