@@ -8,12 +8,14 @@ namespace {
 
 std::atomic<int> g_ready{0};
 std::atomic<int> g_failed{0};
-CKelVeskCamera* g_retry = nullptr;  ///< Init is called on it from the call-back, once
+std::atomic<CKelVeskCamera*> g_retry{nullptr};  ///< Init is called on it from the call-back, once
 
 void OnInit(bool ready)
 {
+    // The test may set the next retry as soon as it sees the count.
+    CKelVeskCamera* const camera = g_retry.exchange(nullptr);
     ++(ready ? g_ready : g_failed);
-    if (CKelVeskCamera* const camera = std::exchange(g_retry, nullptr))
+    if (camera != nullptr)
         camera->Init(OnInit, 0);
 }
 
