@@ -47,11 +47,15 @@ protected:
     CameraTest()
     {
         m_bus.Attach(m_device);
-        // The self-description of an extension unit that answers everything.
+        // Answers of a controller that has nothing to say.
         m_device->SetReply(0xA1, 0x81, 0x0F00, 0x0600, {Bytes(16, 0)});
         m_device->SetReply(0xA1, 0x81, 0x0200, 0x0600, {Bytes(8, 0)});
     }
-    void SetUp() override { REQUIRE_TV_ROOT(); }
+    void SetUp() override
+    {
+        REQUIRE_TV_ROOT();
+        TvRoot::Clear();
+    }
     void TearDown() override
     {
         m_camera.reset();

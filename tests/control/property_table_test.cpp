@@ -89,7 +89,12 @@ void OnInit(bool ready)
 
 class PropertyTable : public testing::TestWithParam<State> {
 protected:
-    PropertyTable() { Bus::Instance().Attach(m_model); }
+    PropertyTable()
+    {
+        g_ready = 0;
+        g_gone = 0;
+        Bus::Instance().Attach(m_model);
+    }
     ~PropertyTable() override { Bus::Instance().Reset(); }
 
     void Reach(State state)

@@ -95,6 +95,7 @@ protected:
     void SetUp() override
     {
         REQUIRE_TV_ROOT();
+        TvRoot::Clear();
         TvRoot::Write("/mtd_rwarea/camera_l4", "");
     }
     void TearDown() override
