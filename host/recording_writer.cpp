@@ -142,9 +142,20 @@ void RecordingWriter::WriteMain(const Picture& picture)
         }
         return;
     }
-    m_main.file->AddVideo(picture.unit, m_main.cadence.Place(picture.timeUs), picture.key_frame);
-    Count(CAM_STREAM_H264_MAIN, m_main.file->Path(), picture.unit.size(), picture.timeUs,
-          m_main.gaps.Lost());
+    m_main.cadence.Add(picture.timeUs);
+    m_main.unplaced.push_back(picture);
+    WritePlaced(m_main, CAM_STREAM_H264_MAIN, false);
+}
+
+void RecordingWriter::WritePlaced(VideoTrack& track, CAM_STREAM stream, bool atEnd)
+{
+    std::int64_t time = 0;
+    while (track.cadence.Next(atEnd, time)) {
+        const Picture& picture = track.unplaced.front();
+        track.file->AddVideo(picture.unit, time, picture.key_frame);
+        Count(stream, track.file->Path(), picture.unit.size(), picture.timeUs, track.gaps.Lost());
+        track.unplaced.pop_front();
+    }
 }
 
 void RecordingWriter::OpenMain(bool audio)
@@ -163,9 +174,9 @@ void RecordingWriter::WriteSub(const Picture& picture)
         m_sub.file = std::make_unique<MovieFile>(m_options.folder + "/sub.mkv",
                                                  m_sub.parameter_sets, picture.unit, false);
     }
-    m_sub.file->AddVideo(picture.unit, m_sub.cadence.Place(picture.timeUs), picture.key_frame);
-    Count(CAM_STREAM_H264_SUB, m_sub.file->Path(), picture.unit.size(), picture.timeUs,
-          m_sub.gaps.Lost());
+    m_sub.cadence.Add(picture.timeUs);
+    m_sub.unplaced.push_back(picture);
+    WritePlaced(m_sub, CAM_STREAM_H264_SUB, false);
 }
 
 void RecordingWriter::HandleAudio(Frame& frame)
@@ -235,10 +246,13 @@ void RecordingWriter::Close()
     if (!m_waiting.empty()) {
         OpenMain(m_audio_seen);
     }
-    for (VideoTrack* track : {&m_main, &m_sub}) {
-        if (track->file) {
-            track->file->Finish();
-        }
+    if (m_main.file) {
+        WritePlaced(m_main, CAM_STREAM_H264_MAIN, true);
+        m_main.file->Finish();
+    }
+    if (m_sub.file) {
+        WritePlaced(m_sub, CAM_STREAM_H264_SUB, true);
+        m_sub.file->Finish();
     }
 }
 

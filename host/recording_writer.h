@@ -69,6 +69,7 @@ private:
         explicit VideoTrack(unsigned fps) : cadence(fps) {}
         AccessUnitAssembler assembler;
         Cadence cadence;
+        std::deque<Picture> unplaced;  ///< those that the cadence has not placed yet
         GapCounter gaps;
         Bytes parameter_sets;
         std::unique_ptr<MovieFile> file;
@@ -84,6 +85,7 @@ private:
     void OpenMain(bool audio);
     void WriteMain(const Picture& picture);
     void WriteSub(const Picture& picture);
+    void WritePlaced(VideoTrack& track, CAM_STREAM stream, bool atEnd);
     void Close();
     void Count(CAM_STREAM stream, const std::string& file, std::size_t bytes, std::int64_t timeUs,
                std::uint64_t lost);

@@ -1,6 +1,9 @@
 // Stamps, sound and gaps on the host's time line.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <vector>
+
 #include "host/audio_timeline.h"
 #include "host/cadence.h"
 #include "host/gap_counter.h"
@@ -147,37 +150,113 @@ TEST(GapCounter, SlightlyDifferentRateIsNoLoss)
     EXPECT_EQ(gaps.Lost(), 0u);
 }
 
-}  // namespace
+std::vector<std::int64_t> Placed(Cadence cadence, const std::vector<std::int64_t>& times)
+{
+    std::vector<std::int64_t> placed;
+    std::int64_t one = 0;
+    for (const std::int64_t time : times) {
+        cadence.Add(time);
+        while (cadence.Next(false, one)) {
+            placed.push_back(one);
+        }
+    }
+    while (cadence.Next(true, one)) {
+        placed.push_back(one);
+    }
+    return placed;
+}
+
+/// `count` pictures at 30 a second, in microseconds.
+std::vector<std::int64_t> EvenTimes(int count)
+{
+    std::vector<std::int64_t> times;
+    for (int picture = 0; picture < count; ++picture) {
+        times.push_back(picture * std::int64_t{1000000} / 30);
+    }
+    return times;
+}
+
 TEST(Cadence, PutsJitteryPicturesOnEvenTicks)
 {
-    Cadence cadence(30);
-    std::int64_t last = -1;
-    const std::int64_t times[] = {0, 1000, 34000, 100000, 101000, 166000, 170000, 230000};
-    for (const std::int64_t time : times) {
-        const std::int64_t placed = cadence.Place(time);
-        EXPECT_GE(placed - last, last < 0 ? 0 : 33333);
-        EXPECT_LE(std::abs(placed - time), 100000);
-        last = placed;
+    std::vector<std::int64_t> times = EvenTimes(200);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        times[i] += static_cast<std::int64_t>(i * 7919 % 31) * 1000;
+    }
+    EXPECT_EQ(Placed(Cadence(30), times), EvenTimes(200));
+}
+
+TEST(Cadence, HeldUpPicturesKeepTheirPlacesAndSoDoThoseAfterThem)
+{
+    std::vector<std::int64_t> times = EvenTimes(200);
+    for (std::size_t i = 50; i < 60; ++i) {
+        times[i] = times[60];
+    }
+    EXPECT_EQ(Placed(Cadence(30), times), EvenTimes(200));
+}
+
+TEST(Cadence, LeavesAGapOfTheSizeOfWhatWasLost)
+{
+    std::vector<std::int64_t> times = EvenTimes(200);
+    times.erase(times.begin() + 70, times.begin() + 75);
+    times.erase(times.begin() + 30);
+    EXPECT_EQ(Placed(Cadence(30), times), times);
+}
+
+TEST(Cadence, StreamThatBeginsLaterKeepsItsPlace)
+{
+    const std::vector<std::int64_t> all = EvenTimes(60);
+    const std::vector<std::int64_t> times(all.begin() + 12, all.end());
+    EXPECT_EQ(Placed(Cadence(30), times), times);
+}
+
+TEST(Cadence, FasterCameraStaysInStepWithTheSound)
+{
+    std::vector<std::int64_t> times;
+    for (int picture = 0; picture < 100000; ++picture) {
+        times.push_back(picture * std::int64_t{33300});  // 0.1 % fast, for 55 minutes
+    }
+    const std::vector<std::int64_t> placed = Placed(Cadence(30), times);
+    ASSERT_EQ(placed.size(), times.size());
+    for (std::size_t i = 1; i < placed.size(); ++i) {
+        ASSERT_GT(placed[i], placed[i - 1]);
+        ASSERT_LE(std::llabs(placed[i] - times[i]), 340000) << i;
     }
 }
 
-TEST(Cadence, LeavesAGapWherePicturesWereLost)
+TEST(Cadence, SlowerCameraStaysInStepWithTheSound)
 {
-    Cadence cadence(30);
-    cadence.Place(0);
-    EXPECT_EQ(cadence.Place(1000000), 1000000);
+    std::vector<std::int64_t> times;
+    for (int picture = 0; picture < 20000; ++picture) {
+        times.push_back(picture * std::int64_t{33400});
+    }
+    const std::vector<std::int64_t> placed = Placed(Cadence(30), times);
+    ASSERT_EQ(placed.size(), times.size());
+    for (std::size_t i = 1; i < placed.size(); ++i) {
+        ASSERT_LE(std::llabs(placed[i] - times[i]), 34000) << i;
+    }
 }
 
 TEST(Cadence, TakesTimesAsTheyAreWhenTheRateIsUnknownOrWrong)
 {
-    Cadence unknown(0);
-    EXPECT_EQ(unknown.Place(12345), 12345);
-    Cadence wrong(10);
-    std::int64_t placed = 0;
-    for (int picture = 0; picture < 60; ++picture) {
-        placed = wrong.Place(picture * 33333);
+    EXPECT_EQ(Placed(Cadence(0), {0, 12345, 12346}),
+              (std::vector<std::int64_t>{0, 12345, 12346}));
+    for (unsigned wrong : {10u, 15u, 60u}) {
+        const std::vector<std::int64_t> times = EvenTimes(300);
+        EXPECT_EQ(Placed(Cadence(wrong), times), times) << wrong;
     }
-    EXPECT_EQ(placed, 59 * 33333);
 }
 
+TEST(Cadence, StartInAHurryDoesNotChangeTheRate)
+{
+    std::vector<std::int64_t> times = EvenTimes(200);
+    for (std::size_t i = 0; i < 8; ++i) {
+        times[i] = static_cast<std::int64_t>(i) * 1000;
+    }
+    for (std::size_t i = 8; i < times.size(); ++i) {
+        times[i] -= 200000;
+    }
+    EXPECT_EQ(Placed(Cadence(30), times), EvenTimes(200));
+}
+
+}  // namespace
 }  // namespace host
