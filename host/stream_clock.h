@@ -27,7 +27,6 @@ private:
 
     bool m_started = false;
     std::uint32_t m_last_stamp = 0;
-    std::int64_t m_last_arrival = 0;
     std::int64_t m_anchor_time = 0;
     std::int64_t m_ticks = 0;  ///< since the anchor
     unsigned m_jumps = 0;

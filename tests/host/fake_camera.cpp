@@ -49,6 +49,26 @@ std::vector<Bytes> Units(const Bytes& data)
     return units;
 }
 
+bool IsParameterSet(const Bytes& unit)
+{
+    const int type = unit[4] & 0x1F;
+    return type == 7 || type == 8;
+}
+
+/// The next picture with the parameter sets before it, as the sub stream comes.
+Bytes NextWhole(const std::vector<Bytes>& units, std::size_t& index)
+{
+    Bytes whole;
+    bool more = true;
+    while (more) {
+        const Bytes& unit = units[index];
+        whole.insert(whole.end(), unit.begin(), unit.end());
+        more = IsParameterSet(unit);
+        index = (index + 1) % units.size();
+    }
+    return whole;
+}
+
 class FakeCamera : public ICameraSubject {
 public:
     FakeCamera() { m_model_name = "FAKE"; }
@@ -152,25 +172,22 @@ private:
     void PlayVideo()
     {
         const std::vector<Bytes> units = Units(ReadFile("h264_320x240_30fps_250k.h264"));
+        const std::vector<Bytes> subUnits = Units(ReadFile("h264_320x240_15fps_150k.h264"));
+        std::size_t subIndex = 0;
         const Bytes still = ReadFile("still_640x480_0.jpg");
         std::uint32_t jump = 0;
-        Bytes whole;
         int frame = 0;
         for (std::size_t i = 0; !m_stop; i = (i + 1) % units.size()) {
-            // Parameter sets come as pieces of their own on the main stream,
-            // and before their picture in one piece on the sub stream.
+            // Parameter sets come as pieces of their own on the main stream.
             const std::uint32_t stamp = Stamp() + jump;
             Send(CAM_STREAM_H264_MAIN, units[i], stamp);
-            whole.insert(whole.end(), units[i].begin(), units[i].end());
-            const int type = units[i][4] & 0x1F;
-            if (type == 7 || type == 8) {
+            if (IsParameterSet(units[i])) {
                 continue;
             }
             if (frame % 2 == 0) {
                 Send(CAM_STREAM_GRAY, Bytes(320 * 240, 128), 0);
+                Send(CAM_STREAM_H264_SUB, NextWhole(subUnits, subIndex), stamp);
             }
-            Send(CAM_STREAM_H264_SUB, whole, stamp);
-            whole.clear();
             if (m_still_wanted.exchange(false)) {
                 Send(CAM_STREAM_JPEG, still, 0);
             }

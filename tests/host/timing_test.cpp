@@ -60,7 +60,7 @@ TEST(StreamClock, PiecesOfOnePictureShareItsTime)
     StreamClock clock;
     clock.Place(9000, kStart);
     EXPECT_EQ(clock.Place(9000, kStart + 40), kStart);
-    EXPECT_EQ(clock.Place(9000, kStart + 90), kStart);
+    EXPECT_EQ(clock.Place(9000, kStart + 20000), kStart);  // the machine was busy
     EXPECT_EQ(clock.Jumps(), 0u);
 }
 
