@@ -90,10 +90,14 @@ void AddPropertyCommands(CLI::App& app, Values& values)
     properties->add_flag("--self-tests", values.properties.self_tests, "run the self-tests too");
     CLI::App* get = Add(app, values, "get", "read a property",
                         [&values](Host& host) { return RunGet(host, values.property); });
-    get->add_option("property", values.property, "name")->required();
+    get->add_option("property", values.property,
+                    "name, as 'camhost properties' lists it")
+        ->required();
     CLI::App* set = Add(app, values, "set", "change a property",
                         [&values](Host& host) { return RunSet(host, values.set); });
-    set->add_option("property", values.set.property, "name")->required();
+    set->add_option("property", values.set.property,
+                    "name, as 'camhost properties' lists it")
+        ->required();
     set->add_option("value", values.set.values, "value, and operands of some properties")
         ->expected(0, 3);
     set->add_flag("--recording", values.set.recording, "set it while a recording runs");

@@ -30,7 +30,9 @@ FirmwareImage ReadFirmwareImage(const std::string& path)
 {
     std::error_code error;
     if (!std::filesystem::is_regular_file(path, error)) {
-        throw HostError(kExitUsage, "no such image file: " + path);
+        throw HostError(kExitUsage, std::filesystem::exists(path, error)
+                                        ? path + " is no regular file"
+                                        : "no such image file: " + path);
     }
     if (std::filesystem::file_size(path, error) > kGreatestImage) {
         throw HostError(kExitUsage, path + " is too large for an image (64 MiB at most)");

@@ -52,6 +52,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{{"xu", "6:1", "0g"}, 2, "expected pairs of hex digits"},
         Wrong{{"ptz", "--pan", "far"}, 2, "bad pan 'far'"},
         Wrong{{"firmware", "update", "/no/image"}, 2, "no such image file: /no/image"},
+        Wrong{{"firmware", "inspect", "/dev/null"}, 2, "/dev/null is no regular file"},
         Wrong{{"firmware", "update", "/no/image", "--method", "mail"}, 2, "unknown method 'mail'"},
         Wrong{{"names", "fish"}, 2, "no names of kind 'fish'"},
         Wrong{{"info", "--log-level", "6"}, 2, "--log-level"},
