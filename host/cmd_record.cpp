@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <filesystem>
 #include <list>
+#include <optional>
 
 #include "host/camera_session.h"
 #include "host/commands.h"
+#include "host/frame_list.h"
 #include "host/frame_observer.h"
 #include "host/host_error.h"
 #include "host/observer_set.h"
@@ -192,8 +194,12 @@ int RunRecord(Host& host, const RecordOptions& options)
     const Library& library = host.Lib();
     host.console.Line("starting the camera ...");
 
+    std::optional<FrameList> list;
+    if (!options.frame_list.empty()) {
+        list.emplace(options.frame_list);
+    }
     FrameQueue queue;
-    ObserverSet observers(queue);
+    ObserverSet observers(queue, list ? &*list : nullptr);
     CameraSession session(library);
     session.MustOpen(host.events);
     Configure(session.Camera(), setup, host.console);
@@ -209,6 +215,9 @@ int RunRecord(Host& host, const RecordOptions& options)
     session->StopRecording();
     observers.Remove(session.Camera());
     writer.Finish();
+    if (list) {
+        list->Close();
+    }
     return Report(host.console, end, observers.List(), writer.State(), options);
 }
 

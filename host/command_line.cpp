@@ -72,6 +72,8 @@ void AddRecord(CLI::App& app, Values& values)
     command->add_option("--fps", record.fps, "main stream, frames per second");
     command->add_option("--mic-volume", record.mic_volume, "per cent");
     command->add_flag("--no-still", record.no_still, "ask for no JPEG still");
+    command->add_option("--frame-list", record.frame_list,
+                        "file for stream, stamp, size and digest of each frame");
 }
 
 void AddPropertyCommands(CLI::App& app, Values& values)

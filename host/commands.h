@@ -19,6 +19,7 @@ struct RecordOptions {
     std::string fps;
     std::string mic_volume;
     bool no_still = false;
+    std::string frame_list;  ///< file; empty: none
 };
 int RunRecord(Host& host, const RecordOptions& options);
 

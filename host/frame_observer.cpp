@@ -4,8 +4,8 @@
 
 namespace host {
 
-FrameObserver::FrameObserver(const StreamInfo& info, FrameQueue& queue)
-    : m_info(info), m_queue(queue)
+FrameObserver::FrameObserver(const StreamInfo& info, FrameQueue& queue, FrameList* list)
+    : m_info(info), m_queue(queue), m_list(list)
 {
     stream = info.stream;
 }
@@ -15,6 +15,9 @@ int FrameObserver::OnFrame(const CCameraData* data)
     if (data->data == nullptr || data->size == 0) {
         m_ended = true;
         return 0;
+    }
+    if (m_list != nullptr) {
+        m_list->Add(m_info.name, *data);
     }
     ++m_frames;
     m_odd_bytes += data->size;

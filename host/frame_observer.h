@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "api/camera_observer.h"
+#include "host/frame_list.h"
 #include "host/frame_queue.h"
 #include "host/streams.h"
 
@@ -13,7 +14,8 @@ namespace host {
 
 class FrameObserver : public ICameraObserver {
 public:
-    FrameObserver(const StreamInfo& info, FrameQueue& queue);
+    /// `list`: where frames are listed, null for nowhere.
+    FrameObserver(const StreamInfo& info, FrameQueue& queue, FrameList* list = nullptr);
 
     /// On a capture thread of the driver, which waits meanwhile.
     int OnFrame(const CCameraData* data) override;
@@ -29,6 +31,7 @@ public:
 private:
     const StreamInfo& m_info;
     FrameQueue& m_queue;
+    FrameList* const m_list;
     std::uint32_t m_odd_bytes = 0;  ///< not yet in m_kilobytes; capture thread only
     bool m_picture_taken = false;   ///< of a raw stream; capture thread only
 };

@@ -2,10 +2,10 @@
 
 namespace host {
 
-ObserverSet::ObserverSet(FrameQueue& queue)
+ObserverSet::ObserverSet(FrameQueue& queue, FrameList* list)
 {
     for (const StreamInfo& info : kStreams) {
-        m_observers.emplace_back(info, queue);
+        m_observers.emplace_back(info, queue, list);
     }
 }
 

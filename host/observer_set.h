@@ -13,7 +13,8 @@ namespace host {
 /// Must outlive the camera object that it was registered with.
 class ObserverSet {
 public:
-    explicit ObserverSet(FrameQueue& queue);
+    /// `list`: where frames are listed, null for nowhere.
+    explicit ObserverSet(FrameQueue& queue, FrameList* list = nullptr);
 
     void Register(ICameraSubject& camera);
     void Remove(ICameraSubject& camera);

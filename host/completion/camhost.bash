@@ -35,14 +35,14 @@ _camhost() {
         --method) _camhost_words "running checksum pcsync uvc"; return ;;
         --log-level) _camhost_words "1 2 3 4 5"; return ;;
         --tv-root) mapfile -t COMPREPLY < <(compgen -d -- "$cur"); return ;;
-        --library|--stand-in|--virtual-script|--driver-log|--out)
+        --library|--stand-in|--virtual-script|--driver-log|--out|--frame-list)
             mapfile -t COMPREPLY < <(compgen -f -- "$cur"); return ;;
     esac
 
     if [[ $cur == -* ]]; then
         local own=""
         case $command in
-            record) own="--seconds --out --signal-type --size --raw-size --bitrate --fps --mic-volume --no-still" ;;
+            record) own="--seconds --out --signal-type --size --raw-size --bitrate --fps --mic-volume --no-still --frame-list" ;;
             info|capabilities) own="--json" ;;
             properties) own="--json --self-tests" ;;
             set) own="--recording" ;;
