@@ -12,6 +12,8 @@ endmacro()
 
 function(_torvik_finish_test name timeout)
     target_link_libraries(${name} PRIVATE test_support torvik_warnings)
+    torvik_compile_fast(${name})
+    torvik_reuse_headers(${name})
     # The stand-in answers to libusb's name: its directory has to be the first
     # one that the loader searches. CMake warns of such a clash of names where
     # it writes the search path itself.
