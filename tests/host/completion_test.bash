@@ -1,7 +1,13 @@
 #!/bin/bash
 # Asks the completion for words, as the shell does at a press of the Tab key.
-program=$1
-source "$2" || exit 1
+# usage: completion_test.bash COMPLETION [LAUNCHER...] CAMHOST
+source "$1" || exit 1
+shift
+# A program may need another one to run it; the completion knows of one only.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+program=$work/camhost
+{ echo '#!/bin/sh' && printf '%q ' exec "$@" && echo '"$@"'; } >"$program" && chmod +x "$program"
 failures=0
 
 # expect "typed words" "words that must be offered"...; the last typed word is

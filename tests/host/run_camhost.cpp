@@ -16,6 +16,12 @@
 #include <stdexcept>
 #include <thread>
 
+// Words, each with a comma behind it, of what runs this build's programs on
+// this machine.
+#ifndef CAMHOST_LAUNCHER
+#define CAMHOST_LAUNCHER
+#endif
+
 namespace host_test {
 
 TempFolder::TempFolder()
@@ -37,7 +43,10 @@ TempFolder::~TempFolder()
 Camhost::Camhost(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment, bool bound)
 {
-    std::vector<char*> argv = {const_cast<char*>(CAMHOST_PROGRAM)};
+    std::vector<char*> argv;
+    for (const char* word : {CAMHOST_LAUNCHER CAMHOST_PROGRAM}) {
+        argv.push_back(const_cast<char*>(word));
+    }
     for (const std::string& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
