@@ -13,7 +13,7 @@ namespace {
 using test_support::FrameCollector;
 
 /// How long a stream that should flow may take for its next frame.
-constexpr std::chrono::milliseconds kFlowLimit{8000};
+constexpr std::chrono::milliseconds kFlowLimit{5000};
 /// Never an answer.
 constexpr std::int32_t kUntouched = -77;
 constexpr std::int32_t kVga720 = 0x02D00500;
@@ -68,12 +68,14 @@ public:
     /// Whether two more frames come.
     void ExpectFlow(const char* when, FrameCollector& stream, const char* name)
     {
-        const bool flows = stream.WaitFor(stream.Count() + 2, kFlowLimit);
-        m_stage.Result(std::string(name) + " flows " + when, flows);
+        const std::size_t wanted = stream.Count() + 2;
+        // A camera that is gone sends nothing, and nobody has to wait for it.
+        test_support::WaitUntil(
+            [&] { return stream.Count() >= wanted || m_stage.Statuses() != "1"; }, kFlowLimit);
+        m_stage.Result(std::string(name) + " flows " + when, stream.Count() >= wanted);
     }
     void ExpectFlow(const char* when)
     {
-        // A camera that is gone sends nothing, and nobody has to wait for it.
         if (m_camera->GetState() != CAM_STATE_RECORDING)
             return;
         ExpectFlow(when, m_main, "main");

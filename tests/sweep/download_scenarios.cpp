@@ -1,6 +1,7 @@
 // Scenarios with the exported downloads, called as a host calls them.
 #include "api/device_commands.h"
 #include "api/firmware_download.h"
+#include "api/torvik_camera.h"
 #include "firmware/firmware_loader.h"
 #include "tests/sweep/scenario.h"
 #include "tests/sweep/stage.h"
@@ -9,23 +10,32 @@
 namespace sweep {
 namespace {
 
-constexpr unsigned char kBulkInterface = 2;
-constexpr unsigned char kUvcInterface = 0;
+/// Where a download goes.
+struct Target {
+    vcam::Identity identity;
+    unsigned short product;
+    unsigned char interface;
+};
+constexpr Target kBulkLoader = {vcam::Identity::kBootLoaderBulk, TORVIK_CAM_BOOT_PRODUCT_ID, 2};
+constexpr Target kUvcLoader = {vcam::Identity::kBootLoaderUvc, TORVIK_CAM_BOOT_PRODUCT_ID, 0};
+constexpr Target kRunning = {vcam::Identity::kCamera, TORVIK_CAM_PRODUCT_ID, 4};
+
 char g_firmware[] = "/mtd_rwarea/wiru/bin/TorvikFW.bin";
 char g_boot_code[] = "/mtd_rwarea/wiru/bin/TorvikBC.bin";
 
 template <typename Download>
-void PlayDownload(Stage& stage, unsigned char interface, Download download)
+void PlayDownload(Stage& stage, const Target& target, Download download)
 {
+    // Its construction sets the level of the log.
+    ICameraSubject* const camera = cam_create();
     vcam::CameraOptions options;
-    options.identity = interface == kBulkInterface ? vcam::Identity::kBootLoaderBulk
-                                                   : vcam::Identity::kBootLoaderUvc;
+    options.identity = target.identity;
     options.burn_time = 0;
     options.reboot_time = 1000;
     stage.Plug(options);
     stage.Begin("open");
     _KelDevHandle* const device =
-        OpenKelDevice(TORVIK_CAM_VENDOR_ID, TORVIK_CAM_BOOT_PRODUCT_ID, interface);
+        OpenKelDevice(TORVIK_CAM_VENDOR_ID, target.product, target.interface);
     stage.Result("open", device != nullptr);
     if (device != nullptr) {
         stage.Begin("download");
@@ -34,6 +44,7 @@ void PlayDownload(Stage& stage, unsigned char interface, Download download)
         CloseKelDevice(device);
     }
     stage.End();
+    cam_destroy(camera);
 }
 
 /// The sum that the device makes of the firmware file.
@@ -49,34 +60,34 @@ long long Checksum()
 
 void PlayUpdateFirmware(Stage& stage)
 {
-    PlayDownload(stage, kBulkInterface,
+    PlayDownload(stage, kRunning,
                  [](_KelDevHandle* device) { return UpdateFirmware(device, g_firmware, 1); });
 }
 
 void PlayChecksum(Stage& stage)
 {
-    PlayDownload(stage, kBulkInterface, [](_KelDevHandle* device) {
+    PlayDownload(stage, kRunning, [](_KelDevHandle* device) {
         return UpdateKelFirmwareWithCheckSum(device, g_firmware, Checksum());
     });
 }
 
 void PlayPcsync(Stage& stage)
 {
-    PlayDownload(stage, kBulkInterface, [](_KelDevHandle* device) {
+    PlayDownload(stage, kBulkLoader, [](_KelDevHandle* device) {
         return UpdateFirmwarePcsyncPath(device, g_firmware, 4);
     });
 }
 
 void PlayUvcDownload(Stage& stage)
 {
-    PlayDownload(stage, kUvcInterface, [](_KelDevHandle* device) {
+    PlayDownload(stage, kUvcLoader, [](_KelDevHandle* device) {
         return UpdateFirmwareUvcPath(device, g_firmware, 4);
     });
 }
 
 void PlayBootCode(Stage& stage)
 {
-    PlayDownload(stage, kUvcInterface, [](_KelDevHandle* device) {
+    PlayDownload(stage, kUvcLoader, [](_KelDevHandle* device) {
         CCameraFwLoader loader(nullptr, nullptr, nullptr);
         return loader.UpdateBootCode(device, g_boot_code, 1);
     });
@@ -84,7 +95,7 @@ void PlayBootCode(Stage& stage)
 
 void PlayWriteProtection(Stage& stage)
 {
-    PlayDownload(stage, kUvcInterface,
+    PlayDownload(stage, kUvcLoader,
                  [](_KelDevHandle* device) { return DisableFlashWP(device); });
 }
 

@@ -54,7 +54,12 @@ public:
         m_outcome.more_lines[text] += more;
         return *this;
     }
-    /// The same with the code in it.
+    Expect& MaybeLine(const char* text)
+    {
+        m_outcome.open_lines.insert(text);
+        return *this;
+    }
+    /// A line with the code in it.
     Expect& Exactly(const char* text)
     {
         m_outcome.exact_line = text;

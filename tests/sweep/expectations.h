@@ -25,6 +25,7 @@ struct Outcome {
     bool cut_short = false;                    ///< later results may be missing
     bool log_is_open = false;                  ///< depends on when other threads notice
     std::map<std::string, int> more_lines;     ///< of FailureTexts, beyond the undisturbed ones
+    std::set<std::string> open_lines;          ///< of FailureTexts, may come or not
     std::string exact_line;                    ///< appears once more, {code}, {hex} and {lower} filled in
     const char* leaves = nullptr;              ///< name of a row of Leaks()
 };

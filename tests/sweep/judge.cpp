@@ -84,6 +84,8 @@ void CheckLog(const Run& run, const Facts& undisturbed, const Outcome& expected,
     if (expected.log_is_open)
         return;
     for (const std::string& text : FailureTexts()) {
+        if (expected.open_lines.count(text) != 0)
+            continue;
         const auto more = expected.more_lines.find(text);
         const int wanted = Count(undisturbed.log, text) +
                            (more != expected.more_lines.end() ? more->second : 0);
@@ -159,7 +161,17 @@ Verdict Judge(const Run& run, const Facts& undisturbed)
 
 Verdict JudgeUndisturbed(const Run& run)
 {
-    return Basic(run);
+    Verdict verdict = Basic(run);
+    if (run.facts.statuses.find('0') != std::string::npos)
+        verdict.wrong.push_back("the host was told " + run.facts.statuses);
+    for (const auto& [name, value] : run.facts.results) {
+        const bool number = name == "download" || name.find(" value") != std::string::npos;
+        // A signal type set while nothing is recorded is kept, but refused.
+        const bool refused = name == "signal type";
+        if (number ? (name == "download" && value != 0) : value != (refused ? 0 : 1))
+            verdict.wrong.push_back("\"" + name + "\" is " + std::to_string(value));
+    }
+    return verdict;
 }
 
 }  // namespace sweep

@@ -11,6 +11,8 @@ constexpr char kControl[] = "control_transfer";
 constexpr char kXuError[] = "KelXUCmd failed : 0x";
 constexpr char kTestFailed[] = "Video Auto Test failed.";
 constexpr long kUntouched = -77;
+/// Where the camera's zoom stands when it is plugged in.
+constexpr long kFirstZoom = 100;
 
 Expect NotSet(const char* name)
 {
@@ -28,7 +30,7 @@ const std::vector<ExpectationRow>& PropertyExpectations()
         {"", kRecord, kControl, "", "bit rate", 0, kFails, kAnyCode, NotSet("bit rate")},
         {"", kRecord, kControl, "", "frame rate", 0, kFails, kAnyCode, NotSet("frame rate")},
         {"", kRecord, kControl, "", "zoom set", 0, kFails, kAnyCode,
-         NotSet("zoom").Result("zoom value", 0)},
+         NotSet("zoom").Result("zoom value", kFirstZoom)},
         {"", kRecord, kControl, "", "pan set", 1, kFails, kAnyCode,
          NotSet("pan").Result("pan value", 0)},
         {"", kRecord, kControl, "", "pan set", 2, kFails, kAnyCode, NotSet("tilt")},

@@ -30,7 +30,10 @@ void AddStart(std::vector<ExpectationRow>& rows, bool restart)
                         std::move(outcome)});
     };
 
-    // Commands to the controller are not what recording depends on.
+    // Commands to the controller are not what recording depends on; but what
+    // it was not told to send it does not send.
+    rows.push_back({"signal types", phase, "control_transfer", "", "signal type", 0, kFails,
+                    kAnyCode, Expect().Result("gray flows first", 0)});
     request("signal type|option query|option set|reply|bit rate|frame rate|indicator",
             kNotAnswered, Expect());
     request("stream target", kFails, Expect().Line("Failed to set video mode."));

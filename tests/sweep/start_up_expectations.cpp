@@ -7,6 +7,8 @@ namespace {
 constexpr char kUp[] = "start-up";
 constexpr char kBulk[] = "bulk boot loader";
 constexpr char kUvc[] = "uvc boot loader";
+constexpr char kBoot[] = "bulk boot loader|uvc boot loader";
+constexpr char kFlashed[] = "Update flash successfully.";
 constexpr char kInitError[] = "libusb_init return error 0x";
 constexpr char kListError[] = "libusb_get_device_list error 0x";
 constexpr char kDescriptorError[] = "failed to get device descriptor";
@@ -123,13 +125,22 @@ const std::vector<ExpectationRow>& StartUpExpectations()
         {"", kUp, "get_device_list", "reboot", "", 0, kFails, kAnyCode, ListError()},
         {"", kUp, "get_device_descriptor", "reboot", "", 0, kFails, kAnyCode, DescriptorError()},
 
+        // After a download the boot code would have come next.
+        {kBoot, kUp, "init", "camera open", "", 0, kFails, kAnyCode,
+         CameraNotOpened(InitError()).Line(kFlashed, -1)},
+        {kBoot, kUp, "get_device_list", "camera open", "", 0, kFails, kAnyCode,
+         CameraNotOpened(ListError()).Line(kFlashed, -1)},
+        {kBoot, kUp, "get_device_descriptor", "camera open", "", 0, kFails, kAnyCode,
+         CameraNotOpened(DescriptorError()).Line(kFlashed, -1)},
+        {kBulk, kUp, "open", "camera open", "", 0, kFails, kAnyCode,
+         CameraNotOpened(Expect().Leaves("open refused")).Line(kFlashed, -1)},
+        {kUvc, kUp, "open", "camera open", "", 0, kFails, kAnyCode,
+         CameraNotOpened(Expect().Leaves("open refused, twice")).Line(kFlashed, -1)},
         {"", kUp, "init", "camera open", "", 0, kFails, kAnyCode, CameraNotOpened(InitError())},
         {"", kUp, "get_device_list", "camera open", "", 0, kFails, kAnyCode,
          CameraNotOpened(ListError())},
         {"", kUp, "get_device_descriptor", "camera open", "", 0, kFails, kAnyCode,
          CameraNotOpened(DescriptorError())},
-        {kUvc, kUp, "open", "camera open", "", 0, kFails, kAnyCode,
-         CameraNotOpened(Expect().Leaves("open refused, twice"))},
         {"", kUp, "open", "camera open", "", 0, kFails, kAnyCode,
          CameraNotOpened(Expect().Leaves("open refused"))},
         // The version is only reported.

@@ -72,7 +72,7 @@ int main(int argc, char** argv)
     std::string only_scenario;
     std::string only_phase;
     std::string one;
-    unsigned parallel = 4;
+    unsigned parallel = 12;
     unsigned limit = 60;
     bool verbose = false;
     bool list = false;
