@@ -7,7 +7,7 @@
 
 #include "devcmd/camera_terminal.h"
 #include "runtime/byte_order.h"
-#include "tests/support/log_capture.h"
+#include "tests/support/log_level.h"
 #include "tests/video/container_builder.h"
 #include "video/container_parser.h"
 #include "video/key_frame_splitter.h"
