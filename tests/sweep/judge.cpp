@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <set>
 
 #include "tests/sweep/expectations.h"
 
@@ -34,6 +35,17 @@ std::string Filled(std::string text, int code)
     return text;
 }
 
+/// The driver looks whether the camera is there just before it selects a
+/// setting. A camera that leaves between the two is not to be caught by looking.
+bool IsUnavoidable(const std::string& misuse, const Run& run)
+{
+    static const std::set<std::string> kBetween = {
+        "free_device_list", "set_interface_alt_setting", "submit_transfer",
+        "handle_events_timeout"};
+    return run.fault.kind == Kind::kUnplug && kBetween.count(run.fault.call) != 0 &&
+           misuse == "libusb_set_interface_alt_setting: the device has gone";
+}
+
 /// What went wrong in any run, whatever was expected.
 Verdict Basic(const Run& run)
 {
@@ -42,8 +54,10 @@ Verdict Basic(const Run& run)
     verdict.crashed = !run.crash.empty();
     if (!run.hung && !verdict.crashed && !run.facts.complete)
         verdict.wrong.push_back("the worker told nothing");
-    for (const std::string& line : run.facts.misuse)
-        verdict.wrong.push_back("misuse of libusb: " + line);
+    for (const std::string& line : run.facts.misuse) {
+        if (!IsUnavoidable(line, run))
+            verdict.wrong.push_back("misuse of libusb: " + line);
+    }
     if (run.facts.threads_left != 0)
         verdict.leaks.push_back(std::to_string(run.facts.threads_left) + " threads left");
     if (run.facts.files_left != 0)

@@ -103,6 +103,31 @@ std::vector<ExpectationRow> MakeRows()
     rows.push_back({"", "start|stop|restart|destroy", "set_interface_alt_setting", "", "1/0", 0,
                     kFails, kAnyCode, Expect()});
 
+    // Before a setting is selected the driver looks whether the device is
+    // still listed; when that fails the setting counts as not selected. In the
+    // order of the settings above.
+    const auto look = [&](const char* scenario, const char* phase, std::size_t nth,
+                          Outcome outcome) {
+        rows.push_back({scenario, phase, "get_device_list", "", "", nth, kFails, kAnyCode,
+                        std::move(outcome)});
+    };
+    look("", "start", 2, Expect().Line(audio.c_str()));
+    look("", "start", 3,
+         NoStart(false)
+             .Line(kNoOutcomeOfStart)
+             .Line("Failed to open audio streaming.")
+             .Line("UAC_EnableAudioStream Error: IF = 3, Alt = 1"));
+    look("", "restart", 5,
+         NoStart(true)
+             .Line(kNoOutcomeOfStart)
+             .Line("Failed to open audio streaming.")
+             .Line("UAC_EnableAudioStream Error: IF = 3, Alt = 1"));
+    look("", "stop|restart", 1, Expect().Line(audio.c_str()));
+    look("", "stop|restart", 2, Expect().Line(video.c_str()));
+    look("abandoned", "destroy", 1, Expect().Line(audio.c_str()));
+    look("abandoned", "destroy", 2, Expect().Line(video.c_str()));
+    look("", "start|stop|restart|destroy", 0, Expect());
+
     rows.push_back({"", "stop|destroy", "control_transfer", "", "indicator", 0, kFails, kAnyCode,
                     Expect()});
     return rows;

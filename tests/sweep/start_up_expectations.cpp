@@ -175,6 +175,13 @@ const std::vector<ExpectationRow>& StartUpExpectations()
              .Line("libusb_set_interface_alt_setting (VideoStream) fail!(")
              .Exactly("libusb_set_interface_alt_setting (VideoStream) fail!({code})\n")},
 
+        // The look whether the device is still there, before each setting.
+        {"", kUp, "get_device_list", "video", "", 1, kFails, kAnyCode,
+         Expect().Line("libusb_set_interface_alt_setting (VideoStream) fail!(")},
+        {"", kUp, "get_device_list", "audio", "", 1, kFails, kAnyCode, Expect()},
+        {"", kUp, "get_device_list", "audio", "", 2, kFails, kAnyCode,
+         Silent().Line("UAC_EnableAudioStream Error: IF = 3, Alt = 1")},
+
         {"", kUp, "init|open_device_with_vid_pid", "audio", "", 0, kFails, kAnyCode,
          NoSound().Line("KEL Camera Device not found")},
         {"", kUp, "get_configuration", "audio", "", 0, kFails, kAnyCode,

@@ -51,7 +51,7 @@ void Print(const Totals& totals)
 
 void Count(const Run& run, const Run& undisturbed, Totals& totals, bool show_all)
 {
-    ++totals.tried;
+    totals.tried += run.facts.injected;
     totals.codes.insert(run.fault.call + " " + NameOf(run.fault.kind) + " " +
                         std::to_string(run.fault.code));
     const Verdict verdict = Judge(run, undisturbed.facts);

@@ -21,6 +21,12 @@ ExpectationRow Row(const char* scenario, const char* phase, const char* call, co
     return {scenario, phase, call, step, label, 0, kUnplugs, kAnyCode, std::move(outcome)};
 }
 
+ExpectationRow NthRow(const char* phase, const char* call, const char* step, std::size_t nth,
+                      Outcome outcome)
+{
+    return {"", phase, call, step, "", nth, kUnplugs, kAnyCode, std::move(outcome)};
+}
+
 }  // namespace
 
 const std::vector<ExpectationRow>& UnplugExpectations()
@@ -47,10 +53,12 @@ const std::vector<ExpectationRow>& UnplugExpectations()
         Row("", kUp, "", "camera open|video", "", Gone("00")),
         Row("",
             kUp,
-            "init|open_device_with_vid_pid|get_device|get_configuration|kernel_driver_active|"
+            "init|open_device_with_vid_pid|get_configuration|kernel_driver_active|"
             "detach_kernel_driver|claim_interface",
             "audio", "", Gone("00")),
         Row("", kUp, "set_interface_alt_setting", "audio", "3/0", Gone("00")),
+        NthRow(kUp, "get_device_list|free_device_list|get_device", "audio", 1, Gone("00")),
+        NthRow(kUp, "get_device", "audio", 2, Gone("00")),
         // Both transports were there.
         Row("", kUp, "", "audio", "", Gone("10")),
         Row("", "start|record|stop|restart|watch", "", "", "", Gone("10")),
