@@ -173,8 +173,8 @@ void CameraModel::Unplug()
 {
     {
         const Guard guard(m_lock);
-        if (m_attached)
-            LeaveBus(kNever);
+        // Pulled while it reboots, it stays away as well.
+        LeaveBus(kNever);
     }
     WakeUp();
 }

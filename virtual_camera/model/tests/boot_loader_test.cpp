@@ -130,6 +130,20 @@ TEST(BootLoader, ChecksTheSumWhereOneIsSent)
     EXPECT_EQ(download.host.Out(0x40, 0x07, 0, 0, record).status, TransferStatus::kCompleted);
 }
 
+TEST(BootLoader, StaysAwayWhenItIsUnpluggedWhileItReboots)
+{
+    Download download(Loader(Identity::kBootLoaderBulk));
+    const Bytes image = FirmwareImage(600);
+    download.SendBulk(image, 512);
+    download.Burn(0x08, image.size());
+    ASSERT_FALSE(download.camera.Attached(download.host.now));
+    download.camera.Unplug();
+    download.host.now += 60000000;
+    EXPECT_FALSE(download.camera.Attached(download.host.now));
+    download.camera.Replug();
+    EXPECT_TRUE(download.camera.Attached(download.host.now));
+}
+
 TEST(BootLoader, MayNeverComeBack)
 {
     CameraOptions options = Loader(Identity::kBootLoaderBulk);
