@@ -4,8 +4,11 @@
 option(TORVIK_PRECOMPILED_HEADERS "Compile the headers of the tests once" ON)
 
 function(torvik_compile_fast target)
-    # Line numbers are all that a report of the sanitizers takes from them.
-    target_compile_options(${target} PRIVATE -O0 $<$<BOOL:${TORVIK_SANITIZE}>:-g1>)
+    target_compile_options(${target} PRIVATE -O0)
+    if(TORVIK_SANITIZE)
+        # Line numbers are all that a report of the sanitizers takes from them.
+        target_compile_options(${target} PRIVATE -g1)
+    endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Without it ccache does not see what precompiled headers are used. It
         # needs CCACHE_SLOPPINESS=pch_defines,time_macros too.
