@@ -69,7 +69,8 @@ enum CAM_PROPERTY : std::uint32_t {
     /// recording restarts and the call succeeds, whatever came of the restart;
     /// otherwise the value is recorded but the call fails. It counts only when
     /// recording is configured by signal type, see CAM_CAPABILITY_SIGNAL_TYPE.
-    /// Default CAM_SIGNAL_H264_GRAY_SI.
+    /// A negative value is recorded like any other and selects the camera's
+    /// combination 0. Default CAM_SIGNAL_H264_GRAY_SI.
     CAM_PROPERTY_SIGNAL_TYPE = 15,
     /// set. Crop position of raw images: x and y in the low and high half of
     /// `value`, w and h in those of `res[0]` (pixels, unsigned). Takes effect
@@ -83,8 +84,9 @@ enum CAM_PROPERTY : std::uint32_t {
     /// set, recorded. 0 = dual H.264, 1 and 2 = H.264 + JPEG; larger values
     /// fail. While recording, recording restarts and the call succeeds, whatever
     /// came of the restart; otherwise the call fails. It counts only when
-    /// recording is configured by video mode. The default depends on the
-    /// television.
+    /// recording is configured by video mode. A negative value is recorded like
+    /// any other and leaves the camera's combination as it is. The default
+    /// depends on the television.
     CAM_PROPERTY_VIDEOMODE = 24,
     /// get. 16-bit status word of the image processor. Fails (0) without a
     /// camera; a camera that does not answer gives 0.

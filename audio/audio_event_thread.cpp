@@ -7,10 +7,10 @@ CKEL_AUDIO_LIB::CKEL_AUDIO_LIB() : pThread(false, -1) {}
 CKEL_AUDIO_LIB::~CKEL_AUDIO_LIB()
 {
     CAM_LOG(kLogDebugging, "CKEL_AUDIO_LIB::~CKEL_AUDIO_LIB()+");
+    CAM_LOG(kLogDebugging, "CKEL_AUDIO_LIB::~CKEL_AUDIO_LIB()-");
     // A failed enable leaves the event thread running without a stream.
     pThread::Stop();
     SetEventThreadRunning(false);
-    CAM_LOG(kLogDebugging, "CKEL_AUDIO_LIB::~CKEL_AUDIO_LIB()-");
 }
 
 void CKEL_AUDIO_LIB::Run()
@@ -24,7 +24,8 @@ void CKEL_AUDIO_LIB::Run()
 int CKEL_AUDIO_LIB::AudioTransferStart()
 {
     SetEventThreadRunning(true);
-    pThread::Start(nullptr);
+    if (pThread::Start(nullptr) != 0)
+        SetEventThreadRunning(false);
     return 0;
 }
 

@@ -22,8 +22,8 @@ void CLibUSB_UacCtrl::handle_libusb_event()
     {
         const MutexGuard guard(m_event_mutex);
         timeval slice = {0, kEventSliceMicroseconds};
-        if (m_context != nullptr)
-            libusb_handle_events_timeout(m_context, &slice);
+        if (m_context.IsReady())
+            libusb_handle_events_timeout(m_context.Get(), &slice);
         else
             SleepMicroseconds(kEventSliceMicroseconds);  // null would be somebody else's context
     }

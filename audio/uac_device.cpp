@@ -3,6 +3,7 @@
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
+#include "devcmd/alternate_setting.h"
 #include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 
@@ -13,10 +14,7 @@ constexpr int kIsoPackets = 10;
 constexpr int kReleasedInterface = 1;
 }  // namespace
 
-CLibUSB_UacCtrl::CLibUSB_UacCtrl() : m_iso_packets(kIsoPackets)
-{
-    libusb_init(&m_context);
-}
+CLibUSB_UacCtrl::CLibUSB_UacCtrl() : m_iso_packets(kIsoPackets) {}
 
 CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
 {
@@ -42,8 +40,7 @@ CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
     }
     DeleteRing();
     DeleteFrames();
-    if (m_context != nullptr)
-        libusb_exit(m_context);
+    m_context.Exit();
     CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::~CLibUSB_UacCtrl() -\r\n");
 }
 
@@ -69,7 +66,7 @@ int CLibUSB_UacCtrl::Init(int vid, int pid)
         return -1;
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioStream)  ok!\n");
-    libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface, kIdleSetting);
+    SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kIdleSetting);
 
     DetachKernelDriver(m_device_handle, kAudioControlInterface);
     result = libusb_claim_interface(m_device_handle, kAudioControlInterface);

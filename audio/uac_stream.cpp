@@ -6,6 +6,7 @@
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
+#include "devcmd/alternate_setting.h"
 #include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
@@ -32,8 +33,8 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
         return -1;
     ChooseInitialVolume();
 
-    if (libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface,
-                                         kStreamingSetting) < 0) {
+    if (SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kStreamingSetting) <
+        0) {
         CAM_LOG(kLogDebugging, "UAC_EnableAudioStream Error: IF = 3, Alt = 1");
         return -1;
     }
@@ -147,8 +148,7 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
     }
     CancelTransfers();
     PumpCancellations();
-    if (libusb_set_interface_alt_setting(m_device_handle, kAudioStreamingInterface,
-                                         kIdleSetting) < 0) {
+    if (SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kIdleSetting) < 0) {
         CAM_LOG(kLogDebugging, "UAC_DisableAudioStream: IF = 3, Alt = 0 Error!!");
         return -1;
     }

@@ -7,6 +7,7 @@
 #include <libusb.h>
 #include <memory>
 
+#include "devcmd/usb_context.h"
 #include "runtime/mutex.h"
 #include "video/frame_queue.h"
 
@@ -108,7 +109,7 @@ private:
     std::atomic<std::int16_t> m_current_volume{-1};
     libusb_transfer* m_transfers[kTransfers] = {};
     libusb_device_handle* m_device_handle = nullptr;
-    libusb_context* m_context = nullptr;
+    UsbContext m_context;
     libusb_device* m_device = nullptr;
     CFrameBuf* m_fill_frame = nullptr;
     CFrameBuf* m_frames[kFrameBuffers] = {};

@@ -11,7 +11,9 @@
 #include "control/audio_capture_adapter.h"
 #include "control/camera_settings.h"
 #include "control/control_context.h"
+#include "control/indicator_led.h"
 #include "control/video_capture_adapter.h"
+#include "control/video_options.h"
 #include "firmware/loader_slot.h"
 #include "video/video_capture_thread.h"
 
@@ -44,6 +46,12 @@ public:
 
     /// Tells observers of raw images that their stream has ended. Always true.
     bool SendTerminateFrame();
+
+    /// The controller's video options and its LED, see control/video_options.h
+    /// and control/indicator_led.h. They take no lock.
+    int SetVideoOption(unsigned int options) { return ::SetVideoOption(Control(), options); }
+    int GetVideoOption(unsigned int* options) { return ::GetVideoOption(Control(), options); }
+    bool TurnOnOffLED(unsigned char on) { return ::TurnOnOffLED(Control(), on); }
 
     /// Outcome of the firmware loader, on its thread: once when the camera is
     /// ready or failed, and with a non-zero status when it disappears later.

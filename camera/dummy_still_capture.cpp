@@ -3,6 +3,7 @@
 #include <memory>
 #include <new>
 
+#include "camera/dummy_still_path.h"
 #include "firmware/image_file.h"
 #include "runtime/debug_log.h"
 

@@ -28,7 +28,4 @@ private:
     ICameraSubject* const m_camera;
 };
 
-/// Path of the stored picture; writable, for tools.
-extern char dummy_jpg_path_name[];
-
 #endif

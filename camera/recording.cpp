@@ -2,8 +2,6 @@
 
 #include "camera/camera.h"
 #include "camera/stream_combinations.h"
-#include "control/indicator_led.h"
-#include "control/video_options.h"
 #include "devcmd/command_frames.h"
 #include "devcmd/usb_identity.h"
 #include "runtime/debug_log.h"
@@ -74,7 +72,7 @@ bool CKelVeskCamera::StartRecording()
         audio->SetVolume(static_cast<int>(m_settings.mic_volume));
 
     m_State = CAM_STATE_RECORDING;
-    TurnOnOffLED(Control(), 1);
+    TurnOnOffLED(1);
     return true;
 }
 
@@ -99,14 +97,14 @@ void CKelVeskCamera::ChooseVideoOption()
     constexpr std::uint32_t kPlain = 0x01;
     constexpr std::uint32_t kWithAudio = 0x30;
     std::uint32_t last = 0;
-    GetVideoOption(Control(), &last);
+    GetVideoOption(&last);
     const std::uint32_t current = m_settings.video_option_flag != 0
                                       ? (last & ~kPlain) | kWithAudio
                                       : (last & ~kWithAudio) | kPlain;
     CAM_LOG_AS(kStart, kLogDebugging, "last_options = %X, cur_options = %X\r\n", last, current);
     // The controller is left alone when the words have any bit in common.
     if ((current & last) == 0)
-        SetVideoOption(Control(), current);
+        SetVideoOption(current);
 }
 
 void CKelVeskCamera::ConfigureSignalType()
@@ -191,7 +189,7 @@ bool CKelVeskCamera::StopRecording()
 {
     const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     CAM_LOG(kLogFatal, "CKelVeskCamera::StopRecording\r\n");
-    TurnOnOffLED(Control(), 0);
+    TurnOnOffLED(0);
 
     CAudioCapture* const audio = audio_capturer;
     if (audio != nullptr) {

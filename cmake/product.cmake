@@ -28,6 +28,8 @@ set_target_properties(torvik_camera PROPERTIES
     LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 install(TARGETS torvik_camera LIBRARY DESTINATION lib)
 install(DIRECTORY api DESTINATION include/torvik FILES_MATCHING PATTERN "*.h")
-# What a host needs to start the worker with a stored still.
+# What a host needs to start the worker with a stored still, and to choose
+# between the firmware images.
 install(FILES camera/dummy_still_capture.h DESTINATION include/torvik/camera)
-install(FILES runtime/thread.h DESTINATION include/torvik/runtime)
+install(FILES firmware/firmware_loader.h DESTINATION include/torvik/firmware)
+install(FILES runtime/mutex.h runtime/thread.h DESTINATION include/torvik/runtime)

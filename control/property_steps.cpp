@@ -15,8 +15,8 @@ constexpr std::int32_t kBitsPerEncoderUnit = 1024;
 constexpr std::uint32_t kMaxVolume = 100;          // percent
 constexpr std::uint32_t kFixedAudioRate = 24000;   // Hz
 constexpr std::uint32_t kPtzUnitsPerStep = 3600;
-constexpr std::uint32_t kLastSignalType = CAM_SIGNAL_H264_MJPEG;
-constexpr std::uint32_t kLastVideoMode = 2;
+constexpr std::int32_t kLastSignalType = CAM_SIGNAL_H264_MJPEG;
+constexpr std::int32_t kLastVideoMode = 2;
 
 std::uint16_t LowHalf(std::int32_t value)
 {
@@ -192,11 +192,12 @@ bool ApplyFrequency(const ControlContext& context, const CAM_PROP_VALUE& value)
 Verdict PrepareSignalType(const ControlContext& context, unsigned, const CAM_PROP_VALUE& value)
 {
     CAM_LOG_AS(kFunction, kLogDebugging, "Set SIGNAL TYPE: %d\r\n", value.value);
-    const auto type = static_cast<std::uint32_t>(value.value);
-    if (type > kLastSignalType) {
+    if (value.value > kLastSignalType) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Not support this format.\r\n");
         return Verdict::kSucceed;
     }
+    // A negative value is taken; recording then selects no known combination.
+    const auto type = static_cast<std::uint32_t>(value.value);
     if (type == context.settings.signal_type) {
         CAM_LOG_AS(kFunction, kLogDebugging, "same signal type %d, %d\n",
                    static_cast<int>(context.settings.signal_type), value.value);
@@ -239,12 +240,11 @@ bool ApplyTriggerJpeg(const ControlContext& context, const CAM_PROP_VALUE&)
 Verdict PrepareVideoMode(const ControlContext& context, unsigned, const CAM_PROP_VALUE& value)
 {
     CAM_LOG_AS(kFunction, kLogDebugging, "VIDEOMODE: %d\r\n", value.value);
-    const auto mode = static_cast<std::uint32_t>(value.value);
-    if (mode > kLastVideoMode) {
+    if (value.value > kLastVideoMode) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Not support this format.\r\n");
         return Verdict::kFail;
     }
-    context.settings.video_mode = mode;
+    context.settings.video_mode = static_cast<std::uint32_t>(value.value);
     return Verdict::kApply;
 }
 

@@ -7,16 +7,15 @@ namespace {
 
 constexpr char kInit[] = "Init";
 
-libusb_device_handle* OpenByIdentity(libusb_context* context, int vid, int pid)
+libusb_device_handle* OpenByIdentity(const UsbContext& context, int vid, int pid)
 {
-    // A null context would mean libusb's default one, which is not ours.
-    if (context == nullptr)
+    if (!context.IsReady())
         return nullptr;
     libusb_device_handle* handle = libusb_open_device_with_vid_pid(
-        context, static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
+        context.Get(), static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
     if (handle != nullptr)
         return handle;
-    handle = libusb_open_device_with_vid_pid(context, CTRL_FALLBACK_VENDOR_ID,
+    handle = libusb_open_device_with_vid_pid(context.Get(), CTRL_FALLBACK_VENDOR_ID,
                                              CTRL_FALLBACK_PRODUCT_ID);
     if (handle != nullptr) {
         CAM_LOG_AS(kInit, kLogDebugging, "Found an KEL device VID=0x%X, PID=0x%X\r\n",
@@ -27,7 +26,7 @@ libusb_device_handle* OpenByIdentity(libusb_context* context, int vid, int pid)
 
 }  // namespace
 
-CameraDevice OpenCameraDevice(libusb_context* context, int vid, int pid)
+CameraDevice OpenCameraDevice(const UsbContext& context, int vid, int pid)
 {
     libusb_device_handle* const handle = OpenByIdentity(context, vid, pid);
     if (handle == nullptr) {

@@ -31,7 +31,7 @@ std::uint32_t ReadVersionWord(std::FILE* file)
 int CCameraFwLoader::UpdateBootCode(_KelDevHandle* device, char* path,
                                     unsigned long deviceVersion)
 {
-    if (device == nullptr || path == nullptr)
+    if (path == nullptr)
         return kCamUnsupported;
     OpenedFile file = OpenForReading(path);
     if (!file.exists) {

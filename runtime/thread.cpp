@@ -3,6 +3,7 @@
 #include <time.h>
 
 #include "runtime/debug_log.h"
+#include "runtime/detached_threads.h"
 #include "runtime/error_text.h"
 #include "runtime/thread_priority.h"
 
@@ -12,6 +13,9 @@ namespace {
 // new thread before its body runs: a detached worker may delete its object at
 // any moment after that.
 pthread_mutex_t g_start_gate = PTHREAD_MUTEX_INITIALIZER;
+
+/// Guarded by the gate.
+DetachedThreads g_detached;
 
 }  // namespace
 
@@ -39,7 +43,7 @@ int pThread::Start(const char*)
 {
     m_stop_requested = false;
     m_running = true;
-    if (!m_detached && m_has_thread)
+    if (!m_detached && m_has_thread && pthread_tryjoin_np(m_thread, nullptr) != 0)
         return 0;
 
     pthread_attr_t attributes;
@@ -52,8 +56,10 @@ int pThread::Start(const char*)
     const int error = pthread_create(&m_thread, &attributes, thread_func, this);
     if (error == 0) {
         m_has_thread = true;
-        if (m_detached)
+        if (m_detached) {
+            g_detached.Add(m_thread);
             pthread_detach(m_thread);
+        }
     } else {
         __FATAL("pthread_create() failed (%s)\n", ErrorText(error).c_str());
     }
@@ -65,21 +71,26 @@ int pThread::Start(const char*)
 void* pThread::thread_func(void* self)
 {
     pthread_mutex_lock(&g_start_gate);
+    const bool wanted = g_detached.Begin(pthread_self());
     pthread_mutex_unlock(&g_start_gate);
+    if (!wanted)
+        return nullptr;  // and its object may be gone
 
     auto* const thread = static_cast<pThread*>(self);
-    if (thread->m_detached) {
+    const bool detached = thread->m_detached;
+    if (detached) {
         pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
         pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     }
     thread->m_running = true;
     thread->Run();
+    if (detached) {
+        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+        pthread_mutex_lock(&g_start_gate);
+        g_detached.End(pthread_self());
+        pthread_mutex_unlock(&g_start_gate);
+    }
     return nullptr;
-}
-
-bool pThread::IsCurrentThread() const
-{
-    return m_has_thread && pthread_equal(m_thread, pthread_self()) != 0;
 }
 
 void pThread::Stop()
@@ -92,8 +103,11 @@ void pThread::Stop()
     if (IsCurrentThread())
         return;
     if (m_detached) {
-        if (m_running)
-            pthread_cancel(m_thread);
+        if (m_running) {
+            pthread_mutex_lock(&g_start_gate);
+            g_detached.Cancel(m_thread);
+            pthread_mutex_unlock(&g_start_gate);
+        }
     } else {
         pthread_join(m_thread, nullptr);
     }

@@ -14,7 +14,8 @@
 ///
 /// Start and Stop are called by the owner of the object, one thread at a time.
 /// Stop may also be called by the worker on itself: it then only sets the
-/// request. A detached worker may delete its own object at the end of Run.
+/// request. A detached worker may delete its own object at the end of Run;
+/// nothing touches an object after its Run.
 class CAM_API pThread
 {
 public:
@@ -34,8 +35,8 @@ public:
     virtual void Stop();
 
     /// Starts Run on a new thread at the highest priority the process may have
-    /// (the calling thread gets it too). A joinable thread that was not stopped
-    /// since is not started again.
+    /// (the calling thread gets it too). A joinable thread that still runs is not
+    /// started again.
     ///
     /// @param name  ignored
     /// @return 0, or the system's error number
@@ -44,7 +45,10 @@ public:
     /// Tells the worker from its owner.
     ///
     /// @return true on the worker itself
-    bool IsCurrentThread() const;
+    bool IsCurrentThread() const
+    {
+        return m_has_thread && pthread_equal(m_thread, pthread_self()) != 0;
+    }
     /// What Run polls. Any thread.
     ///
     /// @return true since Stop

@@ -1,15 +1,13 @@
 // Opening and closing of the video function.
 
+#include "devcmd/alternate_setting.h"
 #include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 #include "video/transfer_param.h"
 #include "video/uvc_constants.h"
 #include "video/uvc_transport.h"
 
-CLibUSB_UvcCtrl::CLibUSB_UvcCtrl()
-{
-    libusb_init(&m_context);
-}
+CLibUSB_UvcCtrl::CLibUSB_UvcCtrl() = default;
 
 CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
 {
@@ -36,8 +34,7 @@ CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
     m_write_locker.reset();
     delete m_frame_queue;
     DeleteFrames();
-    if (m_context != nullptr)
-        libusb_exit(m_context);
+    m_context.Exit();
 }
 
 void CLibUSB_UvcCtrl::CloseDevice()
@@ -73,10 +70,15 @@ int CLibUSB_UvcCtrl::Init(int vid, int pid)
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (VideoControl) ok!\n");
 
-    result = libusb_set_interface_alt_setting(m_device_handle, kVideoStreamingInterface, 0);
+    result = SelectIdleSetting();
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_set_interface_alt_setting (VideoStream) fail!(%d)\n",
                 result);
     }
     return 0;
+}
+
+int CLibUSB_UvcCtrl::SelectIdleSetting()
+{
+    return SelectSetting(m_context, m_device_handle, kVideoStreamingInterface, 0);
 }

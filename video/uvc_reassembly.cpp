@@ -44,11 +44,11 @@ void CLibUSB_UvcCtrl::handle_libusb_event()
     {
         const MutexGuard guard(m_transfer_lock);
         m_event_pass_thread.store(pthread_self(), std::memory_order_relaxed);
-        if (m_context == nullptr) {
-            SleepMilliseconds(kEventSliceMs);  // null would mean somebody else's context
+        if (!m_context.IsReady()) {
+            SleepMilliseconds(kEventSliceMs);
         } else if (TakeParkedTransfers()) {
             timeval slice = {0, kEventSliceMs * 1000};
-            libusb_handle_events_timeout(m_context, &slice);
+            libusb_handle_events_timeout(m_context.Get(), &slice);
         } else {
             // The ring is full and a control request is under way, whose caller
             // handles the events meanwhile. Waiting here rather than in libusb,
@@ -108,7 +108,7 @@ void CLibUSB_UvcCtrl::OnCompletion(libusb_transfer* transfer, unsigned index)
 void CLibUSB_UvcCtrl::WakeForParked()
 {
     if (!m_parked.IsEmpty() && libusb_interrupt_event_handler != nullptr)
-        libusb_interrupt_event_handler(m_context);
+        libusb_interrupt_event_handler(m_context.Get());
 }
 
 /// Event thread: takes up what was parked. False when the first of them has to

@@ -210,7 +210,7 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
 
     int result = -1;
     if (m_device_handle != nullptr)
-        result = libusb_set_interface_alt_setting(m_device_handle, kVideoStreamingInterface, 0);
+        result = SelectIdleSetting();
     if (result < 0)
         CAM_LOG(kLogDebugging, "UAC_DisableVideoStream: IF = 1, Alt = 0 Error!!");
 

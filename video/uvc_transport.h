@@ -8,6 +8,7 @@
 #include <memory>
 #include <pthread.h>
 
+#include "devcmd/usb_context.h"
 #include "runtime/mutex.h"
 #include "video/frame_locker.h"
 #include "video/frame_queue.h"
@@ -84,6 +85,8 @@ protected:
 
     bool IsStreaming() const { return m_streaming; }
     libusb_device_handle* DeviceHandle() const { return m_device_handle; }
+    /// Setting 0 of the streaming interface; libusb's result.
+    int SelectIdleSetting();
     /// Tells teardown whether cancelled transfers complete on an event thread.
     void SetEventThreadRunning(bool running) { m_event_thread_running = running; }
 
@@ -123,7 +126,7 @@ private:
     int m_frame_id = 0;
     libusb_transfer* m_transfers[kTransfers] = {};  ///< null where there is none
     libusb_device_handle* m_device_handle = nullptr;
-    libusb_context* m_context = nullptr;
+    UsbContext m_context;
     libusb_device* m_device = nullptr;
     int m_filled = 0;  ///< bytes of the frame in progress
     CFrameBuf* m_frames[kFrameBuffers] = {};

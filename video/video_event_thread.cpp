@@ -2,7 +2,6 @@
 
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
-#include "video/uvc_constants.h"
 
 namespace {
 constexpr unsigned long kStartSettleMs = 30;
@@ -13,9 +12,9 @@ CKEL_CAM_LIB::CKEL_CAM_LIB() : pThread(false, -1) {}
 CKEL_CAM_LIB::~CKEL_CAM_LIB()
 {
     CAM_LOG(kLogDebugging, "CKEL_CAM_LIB::~CKEL_CAM_LIB()+\r\n");
+    CAM_LOG(kLogDebugging, "CKEL_CAM_LIB::~CKEL_CAM_LIB()-\r\n");
     pThread::Stop();
     SetEventThreadRunning(false);
-    CAM_LOG(kLogDebugging, "CKEL_CAM_LIB::~CKEL_CAM_LIB()-\r\n");
 }
 
 void CKEL_CAM_LIB::Run()
@@ -29,7 +28,8 @@ int CKEL_CAM_LIB::VideoTransferStart()
 {
     m_transfer_state = 0;
     SetEventThreadRunning(true);
-    pThread::Start(nullptr);
+    if (pThread::Start(nullptr) != 0)
+        SetEventThreadRunning(false);
     // The caller may count on the loop.
     SleepMilliseconds(kStartSettleMs);
     return 0;
@@ -63,6 +63,6 @@ int CKEL_CAM_LIB::DisableStream()
         CAM_LOG(kLogDebugging, "VideoTransferStop -\r\n");
     }
     if (DeviceHandle() != nullptr)
-        libusb_set_interface_alt_setting(DeviceHandle(), kVideoStreamingInterface, 0);
+        SelectIdleSetting();
     return 0;
 }

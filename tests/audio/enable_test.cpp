@@ -1,5 +1,6 @@
 // Start and stop of the audio stream.
 #include "tests/audio/audio_fixture.h"
+#include "tests/support/refused_thread.h"
 
 namespace {
 
@@ -221,6 +222,15 @@ TEST_F(EventThreadTest, EventThreadStartsAlthoughTheEnableFailed)
     EXPECT_TRUE(m_bus.WaitForCalls("libusb_handle_events_timeout", 1, test_support::kPatience));
     m_audio.reset();
     EXPECT_TRUE(m_log.Contains("CKEL_CAM_LIB::run() Exit libusb thread.\n"));
+}
+
+TEST_F(EventThreadTest, TransfersAreFreedByTheStopWhenTheSystemRefusedTheThread)
+{
+    ASSERT_EQ(Init(), 0);
+    test_support::RefuseNextThread();
+    ASSERT_EQ(m_audio->EnableStream(kRate), 0);
+    EXPECT_EQ(m_audio->DisableStream(), 0);
+    EXPECT_EQ(m_bus.Counters().transfers, 0);
 }
 
 TEST_F(EventThreadTest, RunningEventThreadIsNotStartedTwice)

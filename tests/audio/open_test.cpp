@@ -142,7 +142,16 @@ TEST_F(AudioOpen, PlaceholdersAnswerZero)
     EXPECT_EQ(m_audio->UAC_GetNumberOfPutputChannel(), 0);
 }
 
-TEST_F(EventThreadTest, DestructorLogsAroundTheThreadAndBeforeTheTransport)
+TEST_F(EventThreadTest, ThreadOfAFailedEnableEndsBehindTheDestructorsLines)
+{
+    ASSERT_EQ(m_audio->EnableStream(24000), -1) << "no device";
+    ASSERT_TRUE(m_bus.WaitForCalls("libusb_handle_events_timeout", 1, test_support::kPatience));
+    m_audio.reset();
+    EXPECT_TRUE(InOrder(m_log, {"~CKEL_AUDIO_LIB()+", "~CKEL_AUDIO_LIB()-",
+                                "Exit libusb thread", "~CLibUSB_UacCtrl() +"}));
+}
+
+TEST_F(EventThreadTest, DestructorLogsBeforeTheTransport)
 {
     m_audio.reset();
     EXPECT_TRUE(HasLine(m_log, 4, "~CKEL_AUDIO_LIB", "CKEL_AUDIO_LIB::~CKEL_AUDIO_LIB()+"));

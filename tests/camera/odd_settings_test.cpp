@@ -42,6 +42,26 @@ TEST_F(OddSettings, UnknownSignalTypeSelectsTheFirst)
     EXPECT_EQ(StreamSelections(), std::vector<std::string>{"14: 1 0"});
 }
 
+TEST_F(OddSettings, NegativeVideoModeIsUnknown)
+{
+    MakeAndConnect(kCalder);
+    CAM_PROP_VALUE value = {-1, {0, 0}};
+    EXPECT_FALSE(m_camera->SetProperty(CAM_PROPERTY_VIDEOMODE, &value)) << "not recording";
+    ASSERT_TRUE(m_camera->StartRecording());
+    EXPECT_TRUE(HasLine(m_log, 4, "StartRecording", "Unknown Video Mode\r\n"));
+    EXPECT_TRUE(StreamSelections().empty());
+}
+
+TEST_F(OddSettings, NegativeSignalTypeSelectsTheFirst)
+{
+    MakeAndConnect(kBrevan);
+    CAM_PROP_VALUE value = {-1, {0, 0}};
+    EXPECT_FALSE(m_camera->SetProperty(CAM_PROPERTY_SIGNAL_TYPE, &value)) << "not recording";
+    ASSERT_TRUE(m_camera->StartRecording());
+    EXPECT_TRUE(HasLine(m_log, 4, "StartRecording", "Unknown Signal Type\r\n"));
+    EXPECT_EQ(StreamSelections(), std::vector<std::string>{"14: 1 0"});
+}
+
 TEST_F(OddSettings, OtherConfigurationSelectsNothing)
 {
     MakeAndConnect(kCalder);

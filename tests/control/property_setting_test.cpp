@@ -275,7 +275,7 @@ TEST_F(PropertySetting, CurrentSignalTypeChangesNothing)
 TEST_F(PropertySetting, UnknownSignalTypeIsIgnoredAndSucceeds)
 {
     m_state = CAM_STATE_RECORDING;
-    for (const int value : {9, -1}) {
+    for (const int value : {9, 1000}) {
         EXPECT_TRUE(Set(15, value)) << value;
         EXPECT_EQ(m_settings.signal_type, static_cast<std::uint32_t>(CAM_SIGNAL_H264_GRAY_SI));
     }
@@ -302,12 +302,23 @@ TEST_F(PropertySetting, SignalTypeIsStoredAndReportedAsFailureWhileNotRecording)
 TEST_F(PropertySetting, VideoModeAboveTwoFails)
 {
     m_state = CAM_STATE_RECORDING;
-    for (const int value : {3, -1})
+    for (const int value : {3, 1000})
         EXPECT_FALSE(Set(24, value)) << value;
     EXPECT_TRUE(Line("VIDEOMODE: 3\r\n"));
     EXPECT_TRUE(Line("Not support this format.\r\n"));
     EXPECT_EQ(m_settings.video_mode, 1u);
     EXPECT_THAT(m_subject.calls, IsEmpty());
+}
+
+TEST_F(PropertySetting, NegativeSignalTypeAndVideoModeAreTaken)
+{
+    m_state = CAM_STATE_RECORDING;
+    EXPECT_TRUE(Set(15, -1));
+    EXPECT_TRUE(Set(24, -1));
+    EXPECT_EQ(m_settings.signal_type, 0xFFFFFFFFu);
+    EXPECT_EQ(m_settings.video_mode, 0xFFFFFFFFu);
+    EXPECT_FALSE(m_log.Contains("Not support this format.\r\n"));
+    EXPECT_THAT(m_subject.calls, ElementsAre("stop", "start", "stop", "start"));
 }
 
 TEST_F(PropertySetting, VideoModeRestartsRecordingAlsoWhenItIsTheSame)

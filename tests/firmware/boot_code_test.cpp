@@ -187,9 +187,12 @@ TEST_F(BootCode, FailedDownloadIsLoggedAndReturned)
     EXPECT_EQ(lines.back(), (Line{4, kName, "Boot code update done.\r\n"}));
 }
 
-TEST_F(BootCode, NullHandleFailsWith80000003)
+TEST_F(BootCode, NullHandleFailsWhereThereIsSomethingToBurn)
 {
-    EXPECT_EQ(m_loader.UpdateBootCode(nullptr, m_path, 0), kUnsupported);
+    EXPECT_EQ(m_loader.UpdateBootCode(nullptr, m_path, 0), 0) << "no file";
+    WriteBootCode(kMagic | 0x20);
+    EXPECT_EQ(m_loader.UpdateBootCode(nullptr, m_path, 0x20), 0) << "not newer";
+    EXPECT_EQ(m_loader.UpdateBootCode(nullptr, m_path, 0x1F), kUnsupported);
 }
 
 TEST_F(BootCode, NullPathFailsWith80000003)

@@ -1,5 +1,6 @@
 // The worker that delivers a stored picture in place of a still.
 #include "camera/dummy_still_capture.h"
+#include "camera/dummy_still_path.h"
 
 #include <dirent.h>
 #include <gmock/gmock.h>

@@ -1,9 +1,12 @@
 // Stopping a worker, starting it again, sleeping.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <vector>
 
+#include "runtime/detached_threads.h"
 #include "tests/runtime/system_calls.h"
 #include "tests/runtime/worker.h"
 #include "tests/support/sleeps.h"
@@ -169,6 +172,52 @@ TEST_F(ThreadLifecycle, StopOfADetachedWorkerCancelsIt)
     EXPECT_TRUE(WaitUntil([] { return g_threads_gone == 1; }));
     EXPECT_EQ(worker.ended, 0);
     pthread_key_delete(key);
+}
+
+TEST_F(ThreadLifecycle, StopOfADetachedWorkerThatHasEndedCancelsNobody)
+{
+    // More than the C library keeps stacks for, and somebody who may inherit
+    // one of their ids.
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (int i = 0; i < 30; ++i) {
+        workers.push_back(std::make_unique<Worker>([](Worker&) {}, true));
+        ASSERT_EQ(workers.back()->Start("worker"), 0);
+    }
+    ASSERT_TRUE(WaitUntil([&] {
+        return std::all_of(workers.begin(), workers.end(),
+                           [](const auto& worker) { return worker->ended == 1; });
+    }));
+    Worker bystander(Worker::UntilStopped);
+    bystander.Start("bystander");
+    ASSERT_TRUE(WaitUntil([&] { return bystander.started == 1; }));
+    for (auto& worker : workers)
+        worker->Stop();
+    workers.clear();
+    bystander.Stop();
+    EXPECT_EQ(bystander.ended, 1);
+}
+
+TEST_F(ThreadLifecycle, DetachedWorkerStoppedBeforeItsBodyNeverBegins)
+{
+    DetachedThreads threads;
+    threads.Add(pthread_self());
+    threads.Cancel(pthread_self());
+    EXPECT_FALSE(threads.Begin(pthread_self()));
+    EXPECT_TRUE(threads.Begin(pthread_self())) << "that was the id's last owner";
+    threads.Cancel(pthread_self());
+    threads.End(pthread_self());
+}
+
+TEST_F(ThreadLifecycle, WorkerWhoseBodyEndedCanBeStartedAgain)
+{
+    Worker worker([](Worker&) {});
+    for (int i = 1; i <= 3; ++i) {
+        // The thread may still be on its way out when its body has ended.
+        ASSERT_TRUE(WaitUntil([&] {
+            return worker.Start("worker") == 0 && worker.started >= i;
+        }));
+        ASSERT_TRUE(WaitUntil([&] { return worker.ended == worker.started; }));
+    }
 }
 
 /// Deletes itself at the end of its work.

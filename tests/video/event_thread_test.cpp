@@ -133,7 +133,7 @@ TEST_F(EventThreadTest, DisableIgnoresAFailedSetting)
     EXPECT_EQ(m_transport->DisableStream(), 0);
 }
 
-TEST_F(EventThreadTest, DestructorLogsAroundTheThreadAndThenTheTransport)
+TEST_F(EventThreadTest, DestructorLogsBeforeTheTransport)
 {
     std::make_unique<CKEL_CAM_LIB>().reset();
     EXPECT_THAT(LogLines(m_log),
@@ -147,7 +147,11 @@ TEST_F(EventThreadTest, DestructorEndsALoopThatRuns)
     auto plain = std::make_unique<CKEL_CAM_LIB>();
     plain->VideoTransferStart();
     plain.reset();
-    EXPECT_EQ(m_log.Count("CKEL_CAM_LIB::run() Exit libusb thread.\n"), 1u);
+    EXPECT_THAT(LogLines(m_log),
+                ElementsAre("~CKEL_CAM_LIB/4: CKEL_CAM_LIB::~CKEL_CAM_LIB()+\r\n",
+                            "~CKEL_CAM_LIB/4: CKEL_CAM_LIB::~CKEL_CAM_LIB()-\r\n",
+                            "Run/4: CKEL_CAM_LIB::run() Exit libusb thread.\n",
+                            "~CLibUSB_UvcCtrl/4: LibUSB_UvcCtrl::~CLibUSB_UvcCtrl()\r\n"));
 }
 
 TEST_F(EventThreadTest, FramesArriveFromTheLoop)

@@ -1,4 +1,5 @@
 // Teardown that meets a stream in every possible state.
+#include "tests/support/refused_thread.h"
 #include "tests/video/stream_fixture.h"
 
 namespace {
@@ -244,6 +245,22 @@ TEST_F(WithoutEventThread, EndsWithARequestUnderWay)
     ASSERT_TRUE(WaitUntil([this] { return m_left == 2; }));
     Disable();
     AnswerHeldRequest();
+}
+
+/// The system refuses the event thread.
+class RefusedEventThread : public StoppingStream {
+protected:
+    void Start() override
+    {
+        test_support::RefuseNextThread();
+        ASSERT_EQ(m_transport->EnableStream(3, 4, 30), 0);
+    }
+};
+
+TEST_F(RefusedEventThread, TransfersAreFreedByTheTeardownAllTheSame)
+{
+    Disable();
+    EXPECT_EQ(m_log.Count("CLibUSB_UvcCtrl::UVC_DisableVideoStream free bulk transfer \r\n"), 3u);
 }
 
 TEST_F(WithoutEventThread, GivesWayToAStreamThatHasOne)

@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdint>
 
+#include "virtual_camera/standin/bus.h"
 #include "virtual_camera/standin/libusb_abi.h"
 
 namespace {
@@ -63,8 +64,7 @@ int LIBUSB_CALL libusb_setlocale(const char*)
 
 const libusb_version* LIBUSB_CALL libusb_get_version(void)
 {
-    static const libusb_version version = {1, 0, 26, 0, "", "simulated bus"};
-    return &version;
+    return vcam::standin::Bus::Instance().Version();
 }
 
 int LIBUSB_CALL libusb_has_capability(std::uint32_t capability)

@@ -1,10 +1,35 @@
 #include "virtual_camera/standin/bus.h"
 
+#include <libusb.h>
+
 #include "virtual_camera/standin/core.h"
 
 namespace vcam::standin {
 
+namespace {
+
+constexpr std::uint16_t kMicro = 26;
+
+const libusb_version* MakeVersion(std::uint16_t micro, std::uint16_t nano)
+{
+    return new libusb_version{1, 0, micro, nano, "", "simulated bus"};
+}
+
+std::unique_ptr<const libusb_version> g_version(MakeVersion(kMicro, 0));
+
+}  // namespace
+
 Bus::Bus() : m_core(Core::Get()) {}
+
+void Bus::SetVersion(std::uint16_t micro, std::uint16_t nano)
+{
+    g_version.reset(MakeVersion(micro, nano));
+}
+
+const libusb_version* Bus::Version() const
+{
+    return g_version.get();
+}
 
 Bus& Bus::Instance()
 {
@@ -124,6 +149,7 @@ void Bus::RemoveHook(int id)
 void Bus::Reset()
 {
     DetachAll();
+    SetVersion(kMicro, 0);
     Trace& calls = m_core.Calls();
     calls.ClearRules();
     calls.ClearHooks();

@@ -15,6 +15,8 @@
 #include "virtual_camera/standin/call.h"
 #include "virtual_camera/usb_device.h"
 
+struct libusb_version;
+
 #define VCAM_STANDIN_API __attribute__((visibility("default")))
 
 namespace vcam::standin {
@@ -56,6 +58,11 @@ public:
     void DetachAll();
     /// Stops PopulateBus from being called, for tests that want an empty bus.
     void MarkConfigured();
+
+    /// What libusb_get_version answers: 1.0.`micro`.`nano`. Real releases have a
+    /// nano above 0; this one starts, and starts over, with 1.0.26.0.
+    void SetVersion(std::uint16_t micro, std::uint16_t nano);
+    const libusb_version* Version() const;
 
     /// @name What is left open, what was done wrong
     /// @{

@@ -1,0 +1,52 @@
+#include "devcmd/alternate_setting.h"
+
+#include <algorithm>
+#include <iterator>
+
+// Absent from libusb before 1.0.10.
+extern "C" __attribute__((weak)) const libusb_version* LIBUSB_CALL libusb_get_version(void);
+
+namespace {
+
+struct Release {
+    unsigned micro;
+    unsigned nano;
+};
+
+/// Of libusb 1.0, those that unlock instead of locking.
+constexpr Release kUnlockingReleases[] = {{25, 11693}, {26, 11724}};
+
+bool UnlocksForAbsentDevices()
+{
+    if (libusb_get_version == nullptr)
+        return false;
+    const libusb_version& version = *libusb_get_version();
+    return std::any_of(std::begin(kUnlockingReleases), std::end(kUnlockingReleases),
+                       [&version](const Release& release) {
+                           return version.major == 1 && version.minor == 0 &&
+                                  version.micro == release.micro && version.nano == release.nano;
+                       });
+}
+
+/// Listing also takes in what libusb was told of the bus and has not looked at
+/// yet.
+bool IsListed(const UsbContext& context, libusb_device* device)
+{
+    libusb_device** list = nullptr;
+    const ssize_t count = libusb_get_device_list(context.Get(), &list);
+    if (count < 0)
+        return false;
+    const bool listed = std::find(list, list + count, device) != list + count;
+    libusb_free_device_list(list, 1);
+    return listed;
+}
+
+}  // namespace
+
+int SelectSetting(const UsbContext& context, libusb_device_handle* handle, int interface,
+                  int setting)
+{
+    if (UnlocksForAbsentDevices() && !IsListed(context, libusb_get_device(handle)))
+        return LIBUSB_ERROR_NO_DEVICE;
+    return libusb_set_interface_alt_setting(handle, interface, setting);
+}
