@@ -42,10 +42,22 @@ TEST_F(Unplug, CallsFailWithNoDevice)
     EXPECT_EQ(GetCur(reply), LIBUSB_ERROR_NO_DEVICE);
     EXPECT_EQ(transfer.Submit(), LIBUSB_ERROR_NO_DEVICE);
     EXPECT_EQ(libusb_claim_interface(m_handle, 0), LIBUSB_ERROR_NO_DEVICE);
-    EXPECT_EQ(libusb_set_interface_alt_setting(m_handle, 1, 0), LIBUSB_ERROR_NO_DEVICE);
     EXPECT_EQ(libusb_get_configuration(m_handle, &configuration), LIBUSB_ERROR_NO_DEVICE);
     EXPECT_EQ(libusb_kernel_driver_active(m_handle, 0), LIBUSB_ERROR_NO_DEVICE);
     EXPECT_EQ(libusb_release_interface(m_handle, 1), LIBUSB_ERROR_NO_DEVICE);
+}
+
+// In that release the handle's lock is broken afterwards.
+TEST_F(Unplug, AlternateSettingOfAnAbsentDeviceIsMisuseOfRelease26Only)
+{
+    m_camera->Plug(false);
+    EXPECT_EQ(libusb_set_interface_alt_setting(m_handle, 1, 0), LIBUSB_ERROR_NO_DEVICE);
+    EXPECT_TRUE(m_bus.Misuse().empty());
+    m_bus.SetVersion(26, 11724);
+    EXPECT_EQ(libusb_set_interface_alt_setting(m_handle, 1, 0), LIBUSB_ERROR_NO_DEVICE);
+    ASSERT_EQ(m_bus.Misuse().size(), 1u);
+    EXPECT_EQ(m_bus.Misuse()[0], "libusb_set_interface_alt_setting: the device has gone");
+    m_bus.ClearMisuse();
 }
 
 TEST_F(Unplug, ControlRequestUnderWayFailsWithNoDevice)
