@@ -53,3 +53,10 @@ function(torvik_plain_test name)
     target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
     _torvik_finish_test(${name} ${ARG_TIMEOUT})
 endfunction()
+
+# ARM programs run in an emulator that is several times slower than the
+# machine. What is not run there shows as disabled; docs/testing.md says why.
+set(TORVIK_EMULATED OFF)
+if(CMAKE_CROSSCOMPILING_EMULATOR AND CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+    set(TORVIK_EMULATED ON)
+endif()
