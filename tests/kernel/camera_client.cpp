@@ -101,6 +101,17 @@ std::vector<vcam::SentFrame> CameraClient::Frames(vcam::Stream stream)
     return frames;
 }
 
+std::vector<vcam::SentFrame> CameraClient::Sound()
+{
+    std::vector<vcam::SentFrame> frames = Frames(vcam::Stream::kPcm);
+    const auto start =
+        std::find_if(frames.rbegin(), frames.rend(),
+                     [](const vcam::SentFrame& frame) { return frame.container == 1; });
+    if (start != frames.rend())
+        frames.erase(frames.begin(), start.base() - 1);
+    return frames;
+}
+
 std::vector<SeenRequest> CameraClient::Requests()
 {
     std::vector<SeenRequest> requests;

@@ -51,6 +51,9 @@ public:
 
     std::vector<vcam::SentFrame> Frames();
     std::vector<vcam::SentFrame> Frames(vcam::Stream stream);
+    /// Sound since the microphone was started last; the driver starts it twice
+    /// for each recording.
+    std::vector<vcam::SentFrame> Sound();
     std::vector<SeenRequest> Requests();
     std::uint64_t Containers() { return State("containers"); }
     /// A number of the "state" command.

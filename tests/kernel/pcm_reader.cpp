@@ -48,7 +48,7 @@ snd_pcm_hw_params Parameters(unsigned rate)
     Fix(parameters, SNDRV_PCM_HW_PARAM_CHANNELS, 2);
     Fix(parameters, SNDRV_PCM_HW_PARAM_RATE, rate);
     Fix(parameters, SNDRV_PCM_HW_PARAM_PERIOD_SIZE, kChunk);
-    Fix(parameters, SNDRV_PCM_HW_PARAM_PERIODS, 8);
+    Fix(parameters, SNDRV_PCM_HW_PARAM_PERIODS, 32);
     return parameters;
 }
 
