@@ -16,6 +16,10 @@ namespace
 constexpr std::uint8_t kIn = 0x80;
 constexpr std::uint32_t kMaxLength = 1U << 22;
 constexpr std::uint32_t kMaxPackets = 1024;
+/// A packet takes a millisecond on a real bus, so a server that is late must not
+/// send everything at once: no reader is made for that. A little faster, so that
+/// it catches up.
+constexpr TimeUs kShortestPacket = 700;
 
 std::uint8_t QueueOf(std::uint8_t address)
 {
@@ -126,6 +130,11 @@ TimeUs Link::Serve(TimeUs now)
         while (!queue.empty() && !m_broken) {
             if (queue.front().stuck)
                 break;
+            const std::size_t packets = queue.front().packets.size();
+            if (packets > 0 && now < m_bus_free_at[address]) {
+                next = std::min(next, m_bus_free_at[address]);
+                break;
+            }
             const TransferResult result = Attempt(queue.front(), now);
             if (result.status == TransferStatus::kNotReady) {
                 next = std::min(next, result.ready_at);
@@ -136,6 +145,8 @@ TimeUs Link::Serve(TimeUs now)
             // Its transfers end with the wire, as those of a pulled plug do.
             if (result.status == TransferStatus::kNoDevice)
                 return now;
+            if (packets > 0)
+                m_bus_free_at[address] = now + packets * kShortestPacket;
             queue.pop_front();
         }
     }

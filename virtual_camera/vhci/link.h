@@ -54,6 +54,8 @@ private:
     /// By endpoint; control transfers of both directions share one queue.
     std::map<std::uint8_t, std::deque<Transfer>> m_queues;
     std::vector<std::uint8_t> m_received;  ///< scratch: what the device gives
+    /// When the bus has carried the last isochronous transfer of an endpoint.
+    std::map<std::uint8_t, TimeUs> m_bus_free_at;
     bool m_broken = false;
 };
 
