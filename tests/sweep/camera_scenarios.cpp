@@ -13,7 +13,7 @@ namespace {
 using test_support::FrameCollector;
 
 /// How long a stream that should flow may take for its next frame.
-constexpr std::chrono::milliseconds kFlowLimit{5000};
+constexpr std::chrono::milliseconds kFlowLimit{10000};
 /// Never an answer.
 constexpr std::int32_t kUntouched = -77;
 constexpr std::int32_t kVga720 = 0x02D00500;
