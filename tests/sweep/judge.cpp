@@ -93,6 +93,13 @@ void CheckResults(const Facts& facts, const Facts& undisturbed, const Outcome& e
     }
 }
 
+/// A machine that stands still for a while makes a transfer run into its limit,
+/// or the ring full at the moment of a stop.
+bool MayComeByItself(const std::string& text)
+{
+    return text == "LIBUSB_TRANSFER_TIMED_OUT! EP = " || text == "Frame Buffer for writing is NULL";
+}
+
 void CheckLog(const Run& run, const Facts& undisturbed, const Outcome& expected, Verdict& verdict)
 {
     if (expected.log_is_open)
@@ -104,7 +111,7 @@ void CheckLog(const Run& run, const Facts& undisturbed, const Outcome& expected,
         const int wanted = Count(undisturbed.log, text) +
                            (more != expected.more_lines.end() ? more->second : 0);
         const int found = Count(run.facts.log, text);
-        if (found != wanted)
+        if (found != wanted && !(found > wanted && MayComeByItself(text)))
             verdict.wrong.push_back("\"" + text + "\" " + std::to_string(found) + " times, not " +
                                     std::to_string(wanted));
     }
