@@ -35,7 +35,8 @@ TEST_F(Descriptors, EveryLengthFieldAgreesWithWhatFollows)
             }
             const bool control_header = all[at + 1] == 0x24 && all[at + 2] == 0x01;
             if (control_header && all[at] >= 9)  // the headers with a total length
-                class_end = at + LoadLe(&all[at + (all[at] == 16 ? 4U : 5U)], 2);
+                class_end = at + static_cast<std::size_t>(
+                                     LoadLe(&all[at + (all[at] == 16 ? 4U : 5U)], 2));
         }
         EXPECT_EQ(at, all.size());
         EXPECT_EQ(interfaces, all[4]);

@@ -114,7 +114,7 @@ std::vector<Section> ParseContainer(const Bytes& container)
     std::size_t at = 0;
     while (at + 32 <= container.size()) {
         const auto field = [&](std::size_t offset, std::size_t width) {
-            return LoadLe(&container[at + offset], width);
+            return static_cast<std::size_t>(LoadLe(&container[at + offset], width));
         };
         const std::size_t data = at + 4 + field(2, 2);
         const std::size_t size = field(24, 4), reserved = field(28, 4);
