@@ -10,5 +10,6 @@ set(FOREIGN i386)
 set(FOREIGN_TRIPLET i386-linux-gnu)
 include(${CMAKE_CURRENT_LIST_DIR}/fetched_libraries.cmake)
 
-set(CMAKE_C_FLAGS_INIT -m32)
-set(CMAKE_CXX_FLAGS_INIT -m32)
+# The old floating-point unit rounds otherwise than every other one, ARM's too.
+set(CMAKE_C_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
+set(CMAKE_CXX_FLAGS_INIT "-m32 -msse2 -mfpmath=sse")
