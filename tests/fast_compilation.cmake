@@ -2,12 +2,18 @@
 # optimised, and the headers that nearly all of them include are compiled once.
 # What they test is compiled as the build type says.
 option(TORVIK_PRECOMPILED_HEADERS "Compile the headers of the tests once" ON)
+# Sanitizers double the time. Without them in the tests' own code they still see
+# all that the library, the virtual camera and the host program do.
+option(TORVIK_SANITIZE_TESTS "Sanitizers are for the tests' own code too" ON)
 
 function(torvik_compile_fast target)
     target_compile_options(${target} PRIVATE -O0)
     if(TORVIK_SANITIZE)
         # Line numbers are all that a report of the sanitizers takes from them.
         target_compile_options(${target} PRIVATE -g1)
+        if(NOT TORVIK_SANITIZE_TESTS)
+            target_compile_options(${target} PRIVATE -fno-sanitize=all)
+        endif()
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Without it ccache does not see what precompiled headers are used. It
