@@ -104,7 +104,8 @@ std::string ControlValue(CameraModel& camera, Words& words, const std::string&)
 {
     const auto entity = static_cast<std::uint8_t>(words.Number());
     const auto selector = static_cast<std::uint8_t>(words.Number());
-    return std::to_string(camera.ControlValue(entity, selector, words.Number(0))) + '\n';
+    return std::to_string(camera.ControlValue(
+        entity, selector, static_cast<std::size_t>(words.Number(0)))) + '\n';
 }
 
 std::string UnplugFor(CameraModel& camera, Words& words, const std::string&)
