@@ -62,7 +62,10 @@ bool CameraClient::WaitForArrival(int than_number, unsigned product)
         return true;
     const auto found = FindCamera();
     ADD_FAILURE() << "the camera was not enumerated; "
-                  << (found ? "drivers: " + DriversOf(*found) : std::string("no such device"));
+                  << (found ? "drivers: " + DriversOf(*found) + "number " +
+                                  std::to_string(found->number) + ", not " +
+                                  std::to_string(than_number)
+                            : std::string("no such device"));
     return false;
 }
 

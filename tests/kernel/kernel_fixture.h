@@ -106,9 +106,10 @@ protected:
         EXPECT_TRUE(m_subject->GetProperty(property, &record));
         return record.value;
     }
-    FrameCollector& Observe(CAM_STREAM stream)
+    FrameCollector& Observe(CAM_STREAM stream,
+                            test_support::Keep keep = test_support::Keep::kDigests)
     {
-        m_collectors.push_back(std::make_unique<FrameCollector>(stream));
+        m_collectors.push_back(std::make_unique<FrameCollector>(stream, keep));
         EXPECT_TRUE(m_subject->RegisterObserver(m_collectors.back().get()));
         return *m_collectors.back();
     }
