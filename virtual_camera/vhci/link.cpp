@@ -20,6 +20,8 @@ constexpr std::uint32_t kMaxPackets = 1024;
 /// send everything at once: no reader is made for that. A little faster, so that
 /// it catches up.
 constexpr TimeUs kShortestPacket = 700;
+/// What a bus may have been idle for and make up at once.
+constexpr TimeUs kMadeUp = 15000;
 
 std::uint8_t QueueOf(std::uint8_t address)
 {
@@ -146,7 +148,8 @@ TimeUs Link::Serve(TimeUs now)
             if (result.status == TransferStatus::kNoDevice)
                 return now;
             if (packets > 0)
-                m_bus_free_at[address] = now + packets * kShortestPacket;
+                m_bus_free_at[address] = std::max(m_bus_free_at[address], now - kMadeUp) +
+                                         packets * kShortestPacket;
             queue.pop_front();
         }
     }
