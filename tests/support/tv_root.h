@@ -37,7 +37,7 @@ public:
 #define REQUIRE_TV_ROOT()                                                         \
     do {                                                                          \
         if (!test_support::TvRoot::Active())                                      \
-            GTEST_SKIP() << "no private root: " << test_support::TvRoot::Problem(); \
+            FAIL() << "no private root: " << test_support::TvRoot::Problem();     \
     } while (false)
 
 #endif

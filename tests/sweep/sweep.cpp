@@ -92,7 +92,7 @@ int main(int argc, char** argv)
     using test_support::TvRoot;
     if (!TvRoot::Enter(argv)) {
         std::fprintf(stderr, "no private root directory: %s\n", TvRoot::Problem().c_str());
-        return 77;
+        return 1;
     }
     vcam::standin::Bus::Instance().MarkConfigured();
     // Read once; every worker's camera shares it.
