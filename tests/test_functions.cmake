@@ -20,7 +20,7 @@ function(_torvik_finish_test name timeout)
     set_target_properties(${name} PROPERTIES SKIP_BUILD_RPATH ON)
     target_link_options(${name} PRIVATE
         -Wl,-rpath,${CMAKE_BINARY_DIR}/standin -Wl,-rpath,${CMAKE_BINARY_DIR}/lib)
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES
         PROPERTIES TIMEOUT ${timeout}
                    ENVIRONMENT "LD_LIBRARY_PATH=${CMAKE_BINARY_DIR}/standin")
 endfunction()
