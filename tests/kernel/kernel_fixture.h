@@ -86,7 +86,7 @@ protected:
         const int before = g_ready + g_failed;
         m_subject->Init(OnInit, 0);
         ASSERT_TRUE(
-            WaitUntil([before] { return g_ready + g_failed > before; }, std::chrono::seconds(60)));
+            WaitUntil([before] { return g_ready + g_failed > before; }, std::chrono::seconds(130)));
     }
     void CreateAndInit(const char* platform = kBySignalType)
     {
