@@ -66,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
         Bulk{"Stall", "payload at 20 stall\n", "Audio Transfer Unknown Status=4\r\n"},
         Bulk{"Error", "payload at 20 error\n", "Audio Transfer Unknown Status=1\r\n"},
         Bulk{"Overflow", "payload at 20 overflow\n", "LIBUSB_TRANSFER_OVERFLOW! EP = 81\n"},
-        Bulk{"ErrorBit", "payload every 7 err\n", "Dropping payload (error bit set).\n"},
+        Bulk{"ErrorBit", "payload every 40 err\n", "Dropping payload (error bit set).\n"},
         Bulk{"BadHeader", "payload every 5 header 2\n", "UVC Payload Header Length = 2\n"},
         Bulk{"Silence", "payload at 20 timeout\n", "LIBUSB_TRANSFER_TIMED_OUT! EP = 81\n"},
         Bulk{"SoundStall", "iso at 20 stall\n", "Audio Transfer Unknown Status="},
