@@ -45,8 +45,9 @@ TEST(Record, WritesPictureSoundSubStreamStillAndRawPicture)
     ASSERT_EQ(movie.tracks.size(), 2u);
     ExpectCleanPicture(movie.tracks[0]);
     ExpectCleanSound(movie.tracks[1]);
-    EXPECT_NEAR(movie.duration, 3.0, 0.15);
-    EXPECT_NEAR(movie.tracks[0].packets, 90, 3);
+    // A machine that was held up begins or ends a few pictures off.
+    EXPECT_NEAR(movie.duration, 3.0, 0.3);
+    EXPECT_NEAR(movie.tracks[0].packets, 90, 9);
 
     const MovieFacts sub = CheckMovie(folder.Path() + "/sub.mkv");
     ASSERT_EQ(sub.tracks.size(), 1u);
