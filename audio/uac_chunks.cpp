@@ -25,7 +25,7 @@ void CLibUSB_UacCtrl::handle_libusb_event()
         if (m_context.IsReady())
             libusb_handle_events_timeout(m_context.Get(), &slice);
         else
-            SleepMicroseconds(kEventSliceMicroseconds);  // null would be somebody else's context
+            SleepMicroseconds(kEventSliceMicroseconds);
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)

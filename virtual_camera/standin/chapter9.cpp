@@ -1,26 +1,13 @@
 #include "virtual_camera/standin/chapter9.h"
 
 #include <algorithm>
-#include <cstring>
+
+#include "virtual_camera/control_answer.h"
 
 namespace vcam::standin {
 namespace {
 
 constexpr std::uint8_t kTypeMask = 0x60;  // of bmRequestType; 0 is a standard request
-
-TransferResult Stall()
-{
-    return {TransferStatus::kStall, 0, kNever};
-}
-
-TransferResult Answer(const SetupPacket& setup, unsigned char* data,
-                      const std::vector<std::uint8_t>& bytes)
-{
-    const std::size_t length = std::min<std::size_t>(setup.length, bytes.size());
-    if (length > 0)
-        std::memcpy(data, bytes.data(), length);
-    return {TransferStatus::kCompleted, length, kNever};
-}
 
 TransferResult GetDescriptor(Connection& connection, const SetupPacket& setup, unsigned char* data)
 {
@@ -40,7 +27,7 @@ TransferResult GetDescriptor(Connection& connection, const SetupPacket& setup, u
     default:
         break;
     }
-    return bytes.empty() ? Stall() : Answer(setup, data, bytes);
+    return bytes.empty() ? Stall() : Reply(setup, data, bytes);
 }
 
 TransferResult Standard(Connection& connection, const SetupPacket& setup, unsigned char* data,
@@ -51,13 +38,13 @@ TransferResult Standard(Connection& connection, const SetupPacket& setup, unsign
     case LIBUSB_REQUEST_GET_DESCRIPTOR:
         return setup.request_type == 0x80 ? GetDescriptor(connection, setup, data) : Stall();
     case LIBUSB_REQUEST_GET_STATUS:
-        return Answer(setup, data, {0, 0});
+        return Reply(setup, data, {0, 0});
     case LIBUSB_REQUEST_GET_CONFIGURATION:
-        return Answer(setup, data, {static_cast<std::uint8_t>(connection.configuration)});
+        return Reply(setup, data, {static_cast<std::uint8_t>(connection.configuration)});
     case LIBUSB_REQUEST_SET_CONFIGURATION:
         return {TransferStatus::kCompleted, 0, kNever};
     case LIBUSB_REQUEST_GET_INTERFACE:
-        return interface ? Answer(setup, data, {static_cast<std::uint8_t>(interface->setting)})
+        return interface ? Reply(setup, data, {static_cast<std::uint8_t>(interface->setting)})
                          : Stall();
     case LIBUSB_REQUEST_SET_INTERFACE: {
         if (!interface || setup.value >= interface->settings)

@@ -1,8 +1,9 @@
 #include "virtual_camera/vhci/standard_requests.h"
 
 #include <algorithm>
-#include <cstring>
 #include <vector>
+
+#include "virtual_camera/control_answer.h"
 
 namespace vcam::vhci
 {
@@ -21,25 +22,6 @@ enum : std::uint8_t {
 };
 enum : std::uint8_t { kDevice = 1, kConfiguration = 2, kString = 3, kInterface = 4 };
 constexpr std::uint8_t kConfigurationValue = 1;
-
-TransferResult Stall()
-{
-    return {TransferStatus::kStall, 0, kNever};
-}
-
-TransferResult Done()
-{
-    return {TransferStatus::kCompleted, 0, kNever};
-}
-
-TransferResult Answer(const SetupPacket& setup, unsigned char* data,
-                      const std::vector<std::uint8_t>& bytes)
-{
-    const std::size_t length = std::min<std::size_t>(setup.length, bytes.size());
-    if (length > 0)
-        std::memcpy(data, bytes.data(), length);
-    return {TransferStatus::kCompleted, length, kNever};
-}
 
 }  // namespace
 
@@ -67,16 +49,16 @@ TransferResult DefaultPipe::Standard(const SetupPacket& setup, unsigned char* da
             return setup.request_type == kDescriptorFromDevice ? GetDescriptor(setup, data)
                                                                : Stall();
         case kGetStatus:
-            return Answer(setup, data, {0, 0});
+            return Reply(setup, data, {0, 0});
         case kGetConfiguration:
-            return Answer(setup, data, {m_configuration});
+            return Reply(setup, data, {m_configuration});
         case kSetConfiguration:
             return SetConfiguration(setup.value, now);
         case kGetInterface: {
             const auto found = m_interfaces.find(setup.index);
             return found == m_interfaces.end()
                        ? Stall()
-                       : Answer(setup, data, {static_cast<std::uint8_t>(found->second.current)});
+                       : Reply(setup, data, {static_cast<std::uint8_t>(found->second.current)});
         }
         case kSetInterface:
             return SetInterface(setup, now);
@@ -107,7 +89,7 @@ TransferResult DefaultPipe::GetDescriptor(const SetupPacket& setup, unsigned cha
         default:
             break;
     }
-    return bytes.empty() ? Stall() : Answer(setup, data, bytes);
+    return bytes.empty() ? Stall() : Reply(setup, data, bytes);
 }
 
 /// Puts every interface back to its first setting; a host that resets the
@@ -123,7 +105,7 @@ TransferResult DefaultPipe::SetConfiguration(std::uint16_t value, TimeUs now)
         if (result.status == TransferStatus::kNoDevice)
             return result;
     }
-    return Done();
+    return Moved(0);
 }
 
 TransferResult DefaultPipe::SetInterface(const SetupPacket& setup, TimeUs now)
