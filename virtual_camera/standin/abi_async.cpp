@@ -1,7 +1,6 @@
 // Asynchronous transfers and event handling.
 #include <sys/time.h>
 
-#include "virtual_camera/standin/chapter9.h"
 #include "virtual_camera/standin/core.h"
 
 using namespace vcam;

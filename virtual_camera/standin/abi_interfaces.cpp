@@ -61,7 +61,7 @@ int LIBUSB_CALL libusb_get_configuration(libusb_device_handle* handle, int* conf
 {
     return OnDevice(Function::k_get_configuration, handle, 0, 0, 0,
                     [configuration](Core&, Lock&, Guarded connection) -> int {
-                        *configuration = connection->configuration;
+                        *configuration = connection->default_pipe->Configuration();
                         return LIBUSB_SUCCESS;
                     });
 }
@@ -73,8 +73,9 @@ int LIBUSB_CALL libusb_set_configuration(libusb_device_handle* handle, int confi
                         for (const Interface& interface : connection->interfaces)
                             if (interface.claimed_by || interface.kernel_driver)
                                 return LIBUSB_ERROR_BUSY;
-                        return configuration == connection->configuration ? LIBUSB_SUCCESS
-                                                                          : LIBUSB_ERROR_NOT_FOUND;
+                        return configuration == connection->default_pipe->Configuration()
+                                   ? LIBUSB_SUCCESS
+                                   : LIBUSB_ERROR_NOT_FOUND;
                     });
 }
 
@@ -162,17 +163,15 @@ int LIBUSB_CALL libusb_set_interface_alt_setting(libusb_device_handle* handle, i
         Function::k_set_interface_alt_setting, handle, number, setting, 0,
         [handle, number, setting](Core& core, Lock& lock, Guarded connection) -> int {
             Interface* const interface = connection->FindInterface(number);
+            DefaultPipe& pipe = *connection->default_pipe;
             if (!interface || interface->claimed_by != handle || setting < 0 ||
-                setting >= interface->settings)
+                static_cast<unsigned>(setting) >= pipe.SettingsOf(interface->number))
                 return LIBUSB_ERROR_NOT_FOUND;
-            const TransferStatus status =
-                core.CallDevice(lock, connection, [number, setting](UsbDevice& device, TimeUs now) {
-                    return device.SetAlternateSetting(static_cast<unsigned>(number),
-                                                      static_cast<unsigned>(setting), now);
-                });
-            if (status == TransferStatus::kCompleted)
-                interface->setting = setting;
-            return ErrorOf(status);
+            return ErrorOf(core.CallDevice(
+                lock, connection,
+                [&pipe, to = interface->number, setting](UsbDevice&, TimeUs now) {
+                    return pipe.SelectSetting(to, static_cast<unsigned>(setting), now);
+                }));
         });
 }
 
@@ -193,13 +192,10 @@ int LIBUSB_CALL libusb_reset_device(libusb_device_handle* handle)
 {
     return OnDevice(Function::k_reset_device, handle, 0, 0, 0,
                     [](Core&, Lock&, Guarded connection) -> int {
-                        for (Interface& interface : connection->interfaces) {
-                            if (interface.setting == 0)
-                                continue;
-                            connection->device->SetAlternateSetting(
-                                static_cast<unsigned>(interface.number), 0, Now());
-                            interface.setting = 0;
-                        }
+                        DefaultPipe& pipe = *connection->default_pipe;
+                        for (const Interface& interface : connection->interfaces)
+                            if (pipe.CurrentSetting(interface.number) != 0)
+                                pipe.SelectSetting(interface.number, 0, Now());
                         return LIBUSB_SUCCESS;
                     });
 }

@@ -9,10 +9,8 @@ constexpr std::uint8_t kEndpointDescriptor = 5;
 void ReadConfiguration(Connection& connection, bool kernel_drivers)
 {
     const std::vector<std::uint8_t>& bytes = connection.config_descriptor;
-    if (bytes.size() > 5)
-        connection.configuration = bytes[5];
-    int number = -1;
-    int setting = 0;
+    unsigned number = 0;
+    unsigned setting = 0;
     for (std::size_t at = 0; at + 2 <= bytes.size();) {
         const std::size_t length = bytes[at];
         if (length < 2 || length > bytes.size() - at)
@@ -20,14 +18,9 @@ void ReadConfiguration(Connection& connection, bool kernel_drivers)
         if (bytes[at + 1] == kInterfaceDescriptor && length >= 9) {
             number = bytes[at + 2];
             setting = bytes[at + 3];
-            Interface* known = connection.FindInterface(number);
-            if (!known) {
-                connection.interfaces.push_back({number});
-                known = &connection.interfaces.back();
-                known->kernel_driver = kernel_drivers;
-            }
-            ++known->settings;
-        } else if (bytes[at + 1] == kEndpointDescriptor && length >= 7 && number >= 0) {
+            if (!connection.FindInterface(bytes[at + 2]))
+                connection.interfaces.push_back({number, kernel_drivers});
+        } else if (bytes[at + 1] == kEndpointDescriptor && length >= 7) {
             const auto max_packet =
                 static_cast<std::uint16_t>(bytes[at + 4] | (bytes[at + 5] << 8));
             connection.endpoints.push_back(
@@ -42,7 +35,7 @@ void ReadConfiguration(Connection& connection, bool kernel_drivers)
 Interface* Connection::FindInterface(int number)
 {
     for (Interface& candidate : interfaces)
-        if (candidate.number == number)
+        if (static_cast<int>(candidate.number) == number)
             return &candidate;
     return nullptr;
 }
@@ -58,12 +51,9 @@ const Endpoint* Connection::FindEndpoint(std::uint8_t endpoint_address) const
 const Endpoint* Connection::FindActiveEndpoint(std::uint8_t endpoint_address) const
 {
     for (const Endpoint& endpoint : endpoints) {
-        if (endpoint.address != endpoint_address)
-            continue;
-        for (const Interface& candidate : interfaces)
-            if (candidate.number == endpoint.interface_number &&
-                candidate.setting == endpoint.setting)
-                return &endpoint;
+        if (endpoint.address == endpoint_address &&
+            endpoint.setting == default_pipe->CurrentSetting(endpoint.interface_number))
+            return &endpoint;
     }
     return nullptr;
 }
@@ -77,6 +67,7 @@ std::shared_ptr<Connection> Connect(const std::shared_ptr<UsbDevice>& device, st
     connection->device_descriptor = device->DeviceDescriptor();
     connection->device_descriptor.resize(18);
     connection->config_descriptor = device->ConfigurationDescriptor();
+    connection->default_pipe.emplace(*device, DefaultPipe::Host::kHasConfiguredIt);
     ReadConfiguration(*connection, kernel_drivers);
     return connection;
 }

@@ -215,9 +215,8 @@ libusb_device_handle* Core::OpenDevice(libusb_device* device)
 void Core::ReleaseInterface(Connection& connection, Interface& interface)
 {
     interface.claimed_by = nullptr;
-    if (interface.setting != 0 && !connection.gone)
-        connection.device->SetAlternateSetting(static_cast<unsigned>(interface.number), 0, Now());
-    interface.setting = 0;
+    if (!connection.gone && connection.default_pipe->CurrentSetting(interface.number) != 0)
+        connection.default_pipe->SelectSetting(interface.number, 0, Now());
 }
 
 void Core::CloseHandle(libusb_device_handle* handle)

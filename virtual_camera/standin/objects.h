@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "virtual_camera/default_pipe.h"
 #include "virtual_camera/standin/call.h"
 #include "virtual_camera/standin/clock.h"
 #include "virtual_camera/standin/libusb_abi.h"
@@ -26,14 +27,12 @@ struct Endpoint {
     std::uint8_t address;
     std::uint8_t attributes;
     std::uint16_t max_packet_size;
-    int interface_number;
-    int setting;
+    unsigned interface_number;
+    unsigned setting;
 };
 
 struct Interface {
-    int number;
-    int settings = 0;  ///< how many there are
-    int setting = 0;   ///< the current one
+    unsigned number;
     bool kernel_driver = false;
     libusb_device_handle* claimed_by = nullptr;
 };
@@ -45,7 +44,7 @@ struct Connection {
     bool gone = false;
     unsigned session = 0;  ///< UsbDevice::Session when it was plugged in
     std::uint8_t address = 0;
-    int configuration = 1;
+    std::optional<DefaultPipe> default_pipe;  ///< always there; asks no device that is gone
     std::vector<std::uint8_t> device_descriptor;
     std::vector<std::uint8_t> config_descriptor;
     std::vector<Interface> interfaces;

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <new>
 
-#include "virtual_camera/standin/chapter9.h"
 #include "virtual_camera/standin/core.h"
 
 namespace vcam::standin {
@@ -74,7 +73,8 @@ TransferResult Serve(Transfer& transfer, libusb_transfer& request, TimeUs now)
     const auto length = static_cast<std::size_t>(request.length);
     switch (request.type) {
     case LIBUSB_TRANSFER_TYPE_CONTROL:
-        return ServeControl(*transfer.connection, request.buffer, now);
+        return transfer.connection->default_pipe->Serve(
+            DecodeSetup(request.buffer), request.buffer + LIBUSB_CONTROL_SETUP_SIZE, now);
     case LIBUSB_TRANSFER_TYPE_ISOCHRONOUS:
         return ReadIsochronous(transfer, request, now);
     default:

@@ -8,8 +8,8 @@
 #include <map>
 #include <vector>
 
+#include "virtual_camera/default_pipe.h"
 #include "virtual_camera/vhci/port.h"
-#include "virtual_camera/vhci/standard_requests.h"
 #include "virtual_camera/vhci/wire.h"
 
 namespace vcam::vhci

@@ -1,5 +1,7 @@
 #include "virtual_camera/vhci/wire.h"
 
+#include "virtual_camera/default_pipe.h"
+
 namespace vcam::vhci
 {
 namespace
@@ -14,15 +16,6 @@ std::uint32_t Load(const std::uint8_t* from)
 void Store(std::uint8_t* to, std::uint32_t value)
 {
     for (int i = 0; i < 4; ++i) to[i] = static_cast<std::uint8_t>(value >> (24 - 8 * i));
-}
-
-/// The setup stage travels as on the wire, lowest byte first.
-SetupPacket LoadSetup(const std::uint8_t* from)
-{
-    const auto word = [from](int at) {
-        return static_cast<std::uint16_t>(from[at] | from[at + 1] << 8);
-    };
-    return {from[0], from[1], word(2), word(4), word(6)};
 }
 
 }  // namespace
@@ -44,7 +37,7 @@ Request DecodeRequest(const Record& record)
     // Older kernels say 0, newer ones all ones for "not isochronous".
     const std::uint32_t packets = Load(at + 32);
     request.packets = packets == 0xFFFFFFFFU ? 0 : packets;
-    request.setup = LoadSetup(at + 40);
+    request.setup = DecodeSetup(at + 40);
     return request;
 }
 

@@ -1,11 +1,11 @@
-#include "virtual_camera/vhci/standard_requests.h"
+#include "virtual_camera/default_pipe.h"
 
 #include <algorithm>
 #include <vector>
 
 #include "virtual_camera/control_answer.h"
 
-namespace vcam::vhci
+namespace vcam
 {
 namespace
 {
@@ -21,16 +21,39 @@ enum : std::uint8_t {
     kSetInterface = 11,
 };
 enum : std::uint8_t { kDevice = 1, kConfiguration = 2, kString = 3, kInterface = 4 };
-constexpr std::uint8_t kConfigurationValue = 1;
 
 }  // namespace
 
-DefaultPipe::DefaultPipe(UsbDevice& device) : m_device(device)
+SetupPacket DecodeSetup(const std::uint8_t* bytes)
+{
+    const auto word = [bytes](int at) {
+        return static_cast<std::uint16_t>(bytes[at] | (bytes[at + 1] << 8));
+    };
+    return {bytes[0], bytes[1], word(2), word(4), word(6)};
+}
+
+DefaultPipe::DefaultPipe(UsbDevice& device, Host host) : m_device(device)
 {
     const std::vector<std::uint8_t> all = device.ConfigurationDescriptor();
+    if (all.size() > 5)
+        m_value = all[5];
+    if (host == Host::kHasConfiguredIt)
+        m_configuration = m_value;
     for (std::size_t at = 0; at + 2 <= all.size() && all[at] >= 2; at += all[at])
         if (all[at + 1] == kInterface && at + 4 <= all.size())
             ++m_interfaces[all[at + 2]].settings;
+}
+
+unsigned DefaultPipe::SettingsOf(unsigned interface) const
+{
+    const auto found = m_interfaces.find(interface);
+    return found == m_interfaces.end() ? 0 : found->second.settings;
+}
+
+unsigned DefaultPipe::CurrentSetting(unsigned interface) const
+{
+    const auto found = m_interfaces.find(interface);
+    return found == m_interfaces.end() ? 0 : found->second.current;
 }
 
 TransferResult DefaultPipe::Serve(const SetupPacket& setup, unsigned char* data, TimeUs now)
@@ -54,14 +77,13 @@ TransferResult DefaultPipe::Standard(const SetupPacket& setup, unsigned char* da
             return Reply(setup, data, {m_configuration});
         case kSetConfiguration:
             return SetConfiguration(setup.value, now);
-        case kGetInterface: {
-            const auto found = m_interfaces.find(setup.index);
-            return found == m_interfaces.end()
+        case kGetInterface:
+            return SettingsOf(setup.index) == 0
                        ? Stall()
-                       : Reply(setup, data, {static_cast<std::uint8_t>(found->second.current)});
-        }
+                       : Reply(setup, data,
+                               {static_cast<std::uint8_t>(CurrentSetting(setup.index))});
         case kSetInterface:
-            return SetInterface(setup, now);
+            return SelectSetting(setup.index, setup.value, now);
         case kClearFeature:
             return setup.request_type == kToEndpoint
                        ? m_device.ClearHalt(static_cast<std::uint8_t>(setup.index & 0xFF), now)
@@ -94,9 +116,9 @@ TransferResult DefaultPipe::GetDescriptor(const SetupPacket& setup, unsigned cha
 
 /// Puts every interface back to its first setting; a host that resets the
 /// device says so in no other way.
-TransferResult DefaultPipe::SetConfiguration(std::uint16_t value, TimeUs now)
+TransferResult DefaultPipe::SetConfiguration(unsigned value, TimeUs now)
 {
-    if (value > kConfigurationValue)
+    if (value != 0 && value != m_value)
         return Stall();
     m_configuration = static_cast<std::uint8_t>(value);
     for (auto& [number, interface] : m_interfaces) {
@@ -108,15 +130,14 @@ TransferResult DefaultPipe::SetConfiguration(std::uint16_t value, TimeUs now)
     return Moved(0);
 }
 
-TransferResult DefaultPipe::SetInterface(const SetupPacket& setup, TimeUs now)
+TransferResult DefaultPipe::SelectSetting(unsigned interface, unsigned setting, TimeUs now)
 {
-    const auto found = m_interfaces.find(setup.index);
-    if (found == m_interfaces.end() || setup.value >= found->second.settings)
+    if (setting >= SettingsOf(interface))
         return Stall();
-    const TransferResult result = m_device.SetAlternateSetting(found->first, setup.value, now);
+    const TransferResult result = m_device.SetAlternateSetting(interface, setting, now);
     if (result.status == TransferStatus::kCompleted)
-        found->second.current = setup.value;
+        m_interfaces[interface].current = setting;
     return result;
 }
 
-}  // namespace vcam::vhci
+}  // namespace vcam
