@@ -12,7 +12,8 @@ target_include_directories(torvik_objects PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 # Only libusb's header: which libusb answers is the business of what links the
 # objects, the real one or a stand-in.
 target_include_directories(torvik_objects SYSTEM PUBLIC ${LIBUSB_INCLUDE_DIRS})
-target_link_libraries(torvik_objects PUBLIC torvik_identities Threads::Threads
+# C libraries of old keep dladdr in a library beside them.
+target_link_libraries(torvik_objects PUBLIC torvik_identities Threads::Threads ${CMAKE_DL_LIBS}
                                      PRIVATE torvik_warnings)
 
 add_library(torvik_camera SHARED)

@@ -3,6 +3,7 @@
 #include <libusb.h>
 
 #include "api/device_commands.h"
+#include "devcmd/keep_loaded.h"
 #include "runtime/debug_log.h"
 
 namespace {
@@ -120,6 +121,7 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
     if (libusb_open(device, &handle) < 0) {
         // The context stays open: a controller that refuses to open is about to
         // re-enumerate, and the loader tries again with a new context.
+        KeepLibusbLoaded();
         FreeList(list, count);
         return nullptr;
     }
@@ -131,8 +133,10 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
     }
     CAM_LOG(kLogDebugging, "OpenKelDevice claim interface. interface=%d hr=%d\r\n", interface,
             claim_result);
-    if (claim_result < 0)
+    if (claim_result < 0) {
+        KeepLibusbLoaded();
         return nullptr;  // handle, list and context stay as they are, as above
+    }
 
     auto* const opened = new _KelDevHandle{handle, context, interface};
     FreeList(list, count);

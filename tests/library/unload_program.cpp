@@ -1,0 +1,65 @@
+// What a host finds that unloads the camera library: everything is unloaded
+// with it, unless a boot loader made it leave a libusb context open, whose
+// thread must go on having libusb.
+//
+//   unload_program LIBRARY camera|boot-loader-uvc
+#include <dlfcn.h>
+#include <sched.h>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "tests/support/camera_library.h"
+#include "tests/support/tv_root.h"
+
+namespace {
+
+constexpr char kLibusb[] = "libusb-1.0.so.0";
+
+std::atomic<bool> g_told{false};
+
+void OnInit(bool /*ready*/)
+{
+    g_told = true;
+}
+
+bool IsLoaded(const char* library)
+{
+    void* const handle = dlopen(library, RTLD_LAZY | RTLD_NOLOAD);
+    if (handle != nullptr)
+        dlclose(handle);
+    return handle != nullptr;
+}
+
+bool Expect(bool expected, const char* library)
+{
+    const bool seen = IsLoaded(library);
+    if (seen != expected)
+        std::fprintf(stderr, "%s is %sloaded\n", library, seen ? "" : "not ");
+    return seen == expected;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 3)
+        return 2;
+    if (!test_support::TvRoot::Enter(argv)) {
+        std::fprintf(stderr, "no private root: %s\n", test_support::TvRoot::Problem().c_str());
+        return 1;
+    }
+    auto library = std::make_unique<test_support::CameraLibrary>(argv[1]);
+    const bool loaded = Expect(true, argv[1]) & Expect(true, kLibusb);
+    ICameraSubject* const camera = library->Create();
+    camera->Init(OnInit, 0);
+    while (!g_told) sched_yield();
+    library->Destroy(camera);
+    library.reset();
+
+    const bool left_open = argv[2] == std::string("boot-loader-uvc");
+    const bool unloaded = Expect(false, argv[1]) & Expect(left_open, kLibusb);
+    return loaded && unloaded ? 0 : 1;
+}
