@@ -1,6 +1,7 @@
 /// @file
 /// Entry points of the camera plug-in. Load the library with dlopen and look
-/// these three names up with dlsym. Any thread may call them.
+/// these three names up with dlsym. Any thread may call them. Unload the library
+/// only after cam_destroy: until then threads run in it.
 #ifndef TORVIK_API_TORVIK_CAMERA_H
 #define TORVIK_API_TORVIK_CAMERA_H
 

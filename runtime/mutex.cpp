@@ -1,5 +1,7 @@
 #include "runtime/mutex.h"
 
+#include <cerrno>
+
 #include "runtime/debug_log.h"
 #include "runtime/error_text.h"
 
@@ -18,11 +20,16 @@ void InitMutex(pthread_mutex_t* mutex, int type)
     pthread_mutexattr_destroy(&attributes);
 }
 
+void ReportFailedLock(int error)
+{
+    __FATAL("pthread_mutex_lock() failed (%s)\n", ErrorText(error).c_str());
+}
+
 void LockMutex(pthread_mutex_t* mutex)
 {
     const int error = pthread_mutex_lock(mutex);
     if (error != 0)
-        __FATAL("pthread_mutex_lock() failed (%s)\n", ErrorText(error).c_str());
+        ReportFailedLock(error);
 }
 
 }  // namespace
@@ -45,7 +52,10 @@ bool pMutex::Acquire()
 
 bool pMutex::TryAcquire()
 {
-    return pthread_mutex_trylock(&m_mutex) == 0;
+    const int error = pthread_mutex_trylock(&m_mutex);
+    if (error != 0 && error != EBUSY)
+        ReportFailedLock(error);
+    return error != EBUSY;
 }
 
 void pMutex::Release()

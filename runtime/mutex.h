@@ -15,7 +15,9 @@ public:
     pMutex& operator=(const pMutex&) = delete;
 
     bool Acquire();  ///< always true
-    /// False when another thread holds it.
+    /// False when another thread holds it; a lock that fails counts as taken, as
+    /// in Acquire. At the end of the process the mutexes of the library itself
+    /// are gone before the last threads are, and nobody may wait for them.
     bool TryAcquire();
     void Release();
     pthread_mutex_t* Native() { return &m_mutex; }

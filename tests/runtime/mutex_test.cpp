@@ -60,6 +60,20 @@ TEST_F(Mutexes, AcquireReturnsTrueWhenTheLockFails)
     EXPECT_TRUE(IsFree(mutex));
 }
 
+// As at the end of the process, when the library's own mutexes are gone.
+TEST_F(Mutexes, PairGuardDoesNotWaitForLocksThatFail)
+{
+    pMutex first;
+    pMutex second;
+    system_calls::FailNext(system_calls::kMutexTryLock, EINVAL);
+    {
+        const MutexPairGuard guard(first, second);
+    }
+    EXPECT_THAT(system_calls::FatalTexts(),
+                ElementsAre(std::string("pthread_mutex_lock() failed (") + std::strerror(EINVAL) +
+                            ")\n"));
+}
+
 TEST_F(Mutexes, FailedLockIsToldToTheFatalHook)
 {
     pMutex mutex;

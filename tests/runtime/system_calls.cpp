@@ -174,6 +174,13 @@ int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t*
     return __real_pthread_mutex_init(mutex, attributes);
 }
 
+int __real_pthread_mutex_trylock(pthread_mutex_t*);
+int __wrap_pthread_mutex_trylock(pthread_mutex_t* mutex)
+{
+    const int error = TakeFailure(kMutexTryLock);
+    return error != 0 ? error : __real_pthread_mutex_trylock(mutex);
+}
+
 int __real_pthread_mutex_lock(pthread_mutex_t*);
 int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex)
 {

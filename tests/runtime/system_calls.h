@@ -21,6 +21,7 @@ enum Function {
     kThreadCreate,
     kMutexAttributesInit,
     kMutexLock,
+    kMutexTryLock,
     kCondInit,
     kCondWait,
     kCondTimedWait,
