@@ -3,11 +3,17 @@
 // thread must go on having libusb.
 //
 //   unload_program LIBRARY camera|boot-loader-uvc
+//
+// Or of a host that destroys its camera when the process ends, after the
+// library's own mutexes are gone:
+//
+//   unload_program LIBRARY at-exit
 #include <dlfcn.h>
 #include <sched.h>
 
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <string>
 
@@ -19,6 +25,16 @@ namespace {
 constexpr char kLibusb[] = "libusb-1.0.so.0";
 
 std::atomic<bool> g_told{false};
+
+/// What the exit handler destroys. Both stay until the process ends.
+ICameraSubject* g_camera = nullptr;
+test_support::CameraLibrary* g_library = nullptr;
+
+void DestroyAtExit()
+{
+    if (g_camera != nullptr)
+        g_library->Destroy(g_camera);
+}
 
 void OnInit(bool /*ready*/)
 {
@@ -51,11 +67,18 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "no private root: %s\n", test_support::TvRoot::Problem().c_str());
         return 1;
     }
+    // Before the library is loaded, so that it runs after the library's own.
+    std::atexit(DestroyAtExit);
     auto library = std::make_unique<test_support::CameraLibrary>(argv[1]);
     const bool loaded = Expect(true, argv[1]) & Expect(true, kLibusb);
     ICameraSubject* const camera = library->Create();
     camera->Init(OnInit, 0);
     while (!g_told) sched_yield();
+    if (argv[2] == std::string("at-exit")) {
+        g_camera = camera;
+        g_library = library.release();
+        return loaded ? 0 : 1;
+    }
     library->Destroy(camera);
     library.reset();
 
