@@ -15,7 +15,13 @@ const libusb_version* MakeVersion(std::uint16_t micro, std::uint16_t nano)
     return new libusb_version{1, 0, micro, nano, "", "simulated bus"};
 }
 
-std::unique_ptr<const libusb_version> g_version(MakeVersion(kMicro, 0));
+/// Never destroyed: exit handlers may still ask.
+std::unique_ptr<const libusb_version>& HeldVersion()
+{
+    static auto* const held =
+        new std::unique_ptr<const libusb_version>(MakeVersion(kMicro, 0));
+    return *held;
+}
 
 }  // namespace
 
@@ -23,12 +29,12 @@ Bus::Bus() : m_core(Core::Get()) {}
 
 void Bus::SetVersion(std::uint16_t micro, std::uint16_t nano)
 {
-    g_version.reset(MakeVersion(micro, nano));
+    HeldVersion().reset(MakeVersion(micro, nano));
 }
 
 const libusb_version* Bus::Version() const
 {
-    return g_version.get();
+    return HeldVersion().get();
 }
 
 Bus& Bus::Instance()
