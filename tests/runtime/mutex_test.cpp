@@ -65,6 +65,7 @@ TEST_F(Mutexes, PairGuardDoesNotWaitForLocksThatFail)
 {
     pMutex first;
     pMutex second;
+    second.Acquire();  // for the guard, which releases what it could not lock
     system_calls::FailNext(system_calls::kMutexTryLock, EINVAL);
     {
         const MutexPairGuard guard(first, second);
