@@ -103,7 +103,8 @@ std::vector<SentFrame> CameraModel::Frames(Stream stream) const
 std::uint64_t CameraModel::Containers() const
 {
     const Guard guard(m_lock);
-    return m_video.Containers();
+    const std::uint64_t begun = m_video.Containers();
+    return begun > 0 && !m_video.BetweenContainers() ? begun - 1 : begun;
 }
 
 std::vector<ControlRecord> CameraModel::Requests() const

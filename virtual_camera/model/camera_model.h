@@ -83,6 +83,7 @@ public:
     StreamTotals Totals(Stream stream) const;
     std::vector<SentFrame> Frames() const;
     std::vector<SentFrame> Frames(Stream stream) const;
+    /// How many have gone out whole, with all that is counted of them.
     std::uint64_t Containers() const;
     /// Every control request but those of chapter 9, with its bytes.
     std::vector<ControlRecord> Requests() const;
