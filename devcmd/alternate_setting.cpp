@@ -20,18 +20,18 @@ constexpr Release kUnlockingReleases[] = {{25, 11693}, {26, 11724}};
 
 /// A release number speaks for the library that tells it, not for another one
 /// that takes some calls in front of it.
-bool AnswersSelections(const libusb_version* LIBUSB_CALL (*release)())
+bool VersionIsOfTheSelectingLibrary()
 {
     Dl_info teller{};
     Dl_info selector{};
-    return dladdr(reinterpret_cast<void*>(release), &teller) != 0 &&
+    return dladdr(reinterpret_cast<void*>(&libusb_get_version), &teller) != 0 &&
            dladdr(reinterpret_cast<void*>(&libusb_set_interface_alt_setting), &selector) != 0 &&
            teller.dli_fbase == selector.dli_fbase;
 }
 
 bool UnlocksForAbsentDevices()
 {
-    if (libusb_get_version == nullptr || !AnswersSelections(&libusb_get_version))
+    if (libusb_get_version == nullptr || !VersionIsOfTheSelectingLibrary())
         return false;
     const libusb_version& version = *libusb_get_version();
     return std::any_of(std::begin(kUnlockingReleases), std::end(kUnlockingReleases),

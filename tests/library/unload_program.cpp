@@ -9,11 +9,10 @@
 //
 //   unload_program LIBRARY at-exit
 #include <dlfcn.h>
-#include <sched.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <future>
 #include <memory>
 #include <string>
 
@@ -24,7 +23,7 @@ namespace {
 
 constexpr char kLibusb[] = "libusb-1.0.so.0";
 
-std::atomic<bool> g_told{false};
+std::promise<void> g_told;
 
 /// What the exit handler destroys. Both stay until the process ends.
 ICameraSubject* g_camera = nullptr;
@@ -38,7 +37,7 @@ void DestroyAtExit()
 
 void OnInit(bool /*ready*/)
 {
-    g_told = true;
+    g_told.set_value();
 }
 
 bool IsLoaded(const char* library)
@@ -73,7 +72,7 @@ int main(int argc, char** argv)
     const bool loaded = Expect(true, argv[1]) & Expect(true, kLibusb);
     ICameraSubject* const camera = library->Create();
     camera->Init(OnInit, 0);
-    while (!g_told) sched_yield();
+    g_told.get_future().wait();
     if (argv[2] == std::string("at-exit")) {
         g_camera = camera;
         g_library = library.release();

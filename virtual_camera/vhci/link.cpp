@@ -50,7 +50,9 @@ std::int32_t ToErrno(TransferStatus status)
 }  // namespace
 
 Link::Link(File wire, UsbDevice& device)
-    : m_wire(std::move(wire)), m_device(device), m_default_pipe(device, DefaultPipe::Host::kConfiguresTheDevice)
+    : m_wire(std::move(wire)),
+      m_device(device),
+      m_default_pipe(device, DefaultPipe::Host::kConfiguresTheDevice)
 {
 }
 
