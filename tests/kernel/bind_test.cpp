@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 #include <linux/videodev2.h>
 
+#include <algorithm>
+
 #include "tests/kernel/camera_client.h"
+#include "tests/kernel/kernel_fixture.h"
 #include "tests/kernel/pcm_reader.h"
 #include "tests/kernel/v4l2_reader.h"
 #include "virtual_camera/model/media.h"
@@ -75,6 +78,8 @@ TEST_F(StockDrivers, CaptureSoundAsItWasSent)
 {
     constexpr unsigned kRate = 24000;
     constexpr std::size_t kFrames = kRate;
+    constexpr std::size_t kPacket = kRate / 1000 * 4;
+    constexpr std::size_t kMissed = 100;  // packets of a millisecond
     const std::vector<std::uint8_t> sound =
         CapturePcm(FindEntry("/dev/snd", "pcmC", "c"), kRate, kFrames);
     ASSERT_EQ(sound.size(), kFrames * 4);
@@ -87,10 +92,17 @@ TEST_F(StockDrivers, CaptureSoundAsItWasSent)
     microphone.SetVolume(static_cast<std::int16_t>(m_camera.ControlValue(5, 2)),
                          m_camera.ControlValue(5, 1) != 0);
     microphone.Start();
-    std::vector<std::uint8_t> sent(kFrames * 4);
+    std::vector<std::uint8_t> sent(kFrames * 4 + kMissed * kPacket);
     for (std::size_t at = 0; at < sent.size();)
         at += microphone.NextPacket(&sent[at], sent.size() - at);
-    EXPECT_TRUE(sound == sent);
+    // The driver starts its transfers before it listens to them, so packets that
+    // come in between are dropped; after that nothing is.
+    std::size_t missed = 0;
+    while (missed < kMissed &&
+           !std::equal(sound.begin(), sound.end(), sent.begin() + missed * kPacket))
+        ++missed;
+    EXPECT_LT(missed, kMissed);
+    Shows("%zu packets before the driver listened", missed);
 }
 
 }  // namespace

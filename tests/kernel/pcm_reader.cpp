@@ -17,6 +17,7 @@ namespace
 
 constexpr std::size_t kFrameSize = 4;
 constexpr std::size_t kChunk = 480;
+constexpr std::size_t kSpare = 2;
 
 void Choose(snd_pcm_hw_params& parameters, int which, unsigned value)
 {
@@ -33,8 +34,9 @@ void Fix(snd_pcm_hw_params& parameters, int which, unsigned value)
     interval.integer = 1;
 }
 
-/// Everything is possible, but for what the microphone sends.
-snd_pcm_hw_params Parameters(unsigned rate)
+/// Everything is possible, but for what the microphone sends. All that is asked
+/// for fits into the buffer, so a late reader loses nothing.
+snd_pcm_hw_params Parameters(unsigned rate, std::size_t frames)
 {
     snd_pcm_hw_params parameters;
     std::memset(&parameters, 0, sizeof parameters);
@@ -48,7 +50,8 @@ snd_pcm_hw_params Parameters(unsigned rate)
     Fix(parameters, SNDRV_PCM_HW_PARAM_CHANNELS, 2);
     Fix(parameters, SNDRV_PCM_HW_PARAM_RATE, rate);
     Fix(parameters, SNDRV_PCM_HW_PARAM_PERIOD_SIZE, kChunk);
-    Fix(parameters, SNDRV_PCM_HW_PARAM_PERIODS, 32);
+    Fix(parameters, SNDRV_PCM_HW_PARAM_PERIODS,
+        static_cast<unsigned>((frames + kChunk - 1) / kChunk + kSpare));
     return parameters;
 }
 
@@ -70,7 +73,7 @@ std::vector<std::uint8_t> CapturePcm(const std::string& device, unsigned rate, s
         ADD_FAILURE() << device << ": " << std::strerror(errno);
         return sound;
     }
-    snd_pcm_hw_params parameters = Parameters(rate);
+    snd_pcm_hw_params parameters = Parameters(rate, frames);
     if (!Control(file, SNDRV_PCM_IOCTL_HW_PARAMS, &parameters, "SNDRV_PCM_IOCTL_HW_PARAMS") ||
         !Control(file, SNDRV_PCM_IOCTL_PREPARE, nullptr, "SNDRV_PCM_IOCTL_PREPARE"))
         return sound;
