@@ -7,7 +7,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
+#include <string_view>
 
 namespace vcam::vhci
 {
@@ -17,6 +19,7 @@ namespace
 constexpr unsigned kDeviceId = 0x10002;  // bus 1, device 2, which nobody looks at
 constexpr unsigned kHighSpeed = 3;
 constexpr int kSendBuffer = 1 << 20;
+constexpr std::string_view kRootHub = "usb";  // and the number of its bus
 
 }  // namespace
 
@@ -37,8 +40,27 @@ void File::Close()
     m_descriptor = -1;
 }
 
+/// The hub's driver looks at its ports now and then, and takes a device that
+/// comes in between for the one that was there.
+bool Port::LastDeviceIsListed() const
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    for (const fs::directory_entry& hub : fs::directory_iterator(m_controller, error)) {
+        const std::string name = hub.path().filename().string();
+        if (name.compare(0, kRootHub.size(), kRootHub) != 0)
+            continue;
+        const std::string bus = name.substr(kRootHub.size());
+        if (fs::exists(hub.path() / (bus + '-' + std::to_string(m_number + 1)), error))
+            return true;
+    }
+    return false;
+}
+
 File Port::Attach() const
 {
+    if (LastDeviceIsListed())
+        return File();
     const std::string path = m_controller + "/attach";
     const File attach(open(path.c_str(), O_WRONLY | O_CLOEXEC));
     if (!attach.Open())

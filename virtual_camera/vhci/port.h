@@ -37,12 +37,14 @@ public:
     }
 
     /// Plugs a high-speed device in and gives the server's end of its wire.
-    /// Not open when the port is taken: the kernel lets go of a device that
-    /// went away only after a while. Throws std::runtime_error when there is
+    /// Not open while the port is taken: the kernel notices that a device went
+    /// away, and lets go of it, only after a while. Throws std::runtime_error when there is
     /// no such controller.
     File Attach() const;
 
 private:
+    bool LastDeviceIsListed() const;
+
     const std::string m_controller;
     const unsigned m_number;
 };

@@ -42,7 +42,6 @@ void Server::Plug(const Script& script)
 /// Plugs in and pulls the plug as the device says.
 void Server::FollowDevice(TimeUs now)
 {
-    m_port_busy = false;
     if (!m_camera)
         return;
     const bool attached = m_camera->Attached(now);
@@ -52,8 +51,7 @@ void Server::FollowDevice(TimeUs now)
     if (m_link || !attached)
         return;
     File wire = m_port.Attach();
-    m_port_busy = !wire.Open();
-    if (m_port_busy)
+    if (!wire.Open())
         return;
     m_session = m_camera->Session(now);
     m_link.emplace(std::move(wire), *m_camera);

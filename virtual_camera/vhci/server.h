@@ -38,7 +38,6 @@ private:
     std::shared_ptr<CameraModel> m_camera;
     unsigned m_session = 0;
     std::optional<Link> m_link;
-    bool m_port_busy = false;
     bool m_stopped = false;
 };
 
