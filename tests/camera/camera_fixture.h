@@ -47,9 +47,12 @@ protected:
     CameraTest()
     {
         m_bus.Attach(m_device);
-        // Answers of a controller that has nothing to say.
-        m_device->SetReply(0xA1, 0x81, 0x0F00, 0x0600, {Bytes(16, 0)});
-        m_device->SetReply(0xA1, 0x81, 0x0200, 0x0600, {Bytes(8, 0)});
+        // Answers of a controller that has nothing to say: to the transports,
+        // and to the loader, whose watch takes a stall for a lost camera.
+        for (const auto request_type : {std::uint8_t{0xA1}, std::uint8_t{0xA0}}) {
+            m_device->SetReply(request_type, 0x81, 0x0F00, 0x0600, {Bytes(16, 0)});
+            m_device->SetReply(request_type, 0x81, 0x0200, 0x0600, {Bytes(8, 0)});
+        }
     }
     void SetUp() override
     {
