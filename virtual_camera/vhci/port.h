@@ -38,8 +38,8 @@ public:
 
     /// Plugs a high-speed device in and gives the server's end of its wire.
     /// Not open while the port is taken: the kernel notices that a device went
-    /// away, and lets go of it, only after a while. Throws std::runtime_error when there is
-    /// no such controller.
+    /// away, and lets go of it, only after a while. Throws std::runtime_error
+    /// when there is no such controller.
     File Attach() const;
 
 private:
