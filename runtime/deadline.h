@@ -14,6 +14,14 @@ public:
     int LeftMs() const { return static_cast<int>(m_end - NowMs()); }
     bool Passed() const { return LeftMs() <= 0; }
 
+    /// The limit in a form that other threads can read in one piece, good for
+    /// three weeks before and after it; never 0.
+    std::uint32_t Stamp() const { return static_cast<std::uint32_t>(m_end) | 1U; }
+    static bool HasPassed(std::uint32_t stamp)
+    {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(NowMs()) - stamp) >= 0;
+    }
+
 private:
     static std::int64_t NowMs()
     {

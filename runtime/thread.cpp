@@ -1,13 +1,20 @@
 #include "runtime/thread.h"
 
+#include <cerrno>
 #include <time.h>
 
 #include "runtime/debug_log.h"
-#include "runtime/detached_threads.h"
 #include "runtime/error_text.h"
+#include "runtime/sleep.h"
+#include "runtime/started_threads.h"
 #include "runtime/thread_priority.h"
 
 namespace {
+
+/// How long Start watches a worker that runs: it may be on its last
+/// instructions.
+constexpr int kReturnPolls = 10;
+constexpr unsigned long kReturnPollMs = 1;
 
 // Held by Start until it has finished with the object, and taken once by every
 // new thread before its body runs: a detached worker may delete its object at
@@ -15,7 +22,16 @@ namespace {
 pthread_mutex_t g_start_gate = PTHREAD_MUTEX_INITIALIZER;
 
 /// Guarded by the gate.
-DetachedThreads g_detached;
+StartedThreads g_threads;
+
+class StartGate
+{
+public:
+    StartGate() { pthread_mutex_lock(&g_start_gate); }
+    ~StartGate() { pthread_mutex_unlock(&g_start_gate); }
+    StartGate(const StartGate&) = delete;
+    StartGate& operator=(const StartGate&) = delete;
+};
 
 }  // namespace
 
@@ -37,14 +53,54 @@ pThread::~pThread()
 {
     if (m_running)
         pThread::Stop();
+    if (m_has_thread) {
+        // The worker deletes itself.
+        const StartGate gate;
+        g_threads.Abandon(this, pthread_self());
+    }
+}
+
+bool pThread::IsCurrentThread() const
+{
+    if (!m_has_thread || pthread_equal(m_thread, pthread_self()) == 0)
+        return false;
+    // The id of a detached thread that has ended may be the caller's now.
+    const StartGate gate;
+    return g_threads.Runs(this, pthread_self());
+}
+
+bool pThread::StillRuns() const
+{
+    if (!m_has_thread)
+        return false;
+    for (int polls = 0;; ++polls) {
+        {
+            const StartGate gate;
+            if (!g_threads.Runs(this, m_thread))
+                return false;
+        }
+        if (polls == kReturnPolls || pthread_equal(m_thread, pthread_self()) != 0)
+            return true;
+        SleepMilliseconds(kReturnPollMs);
+    }
+}
+
+void pThread::Join()
+{
+    pthread_join(m_thread, nullptr);
+    const StartGate gate;
+    g_threads.Remove(this, m_thread);
 }
 
 int pThread::Start(const char*)
 {
     m_stop_requested = false;
     m_running = true;
-    if (!m_detached && m_has_thread && pthread_tryjoin_np(m_thread, nullptr) != 0)
+    if (StillRuns())
         return 0;
+    if (m_has_thread && !m_detached)
+        Join();
+    m_has_thread = false;
 
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
@@ -52,44 +108,45 @@ int pThread::Start(const char*)
         pthread_attr_setstacksize(&attributes, static_cast<size_t>(m_stack_size));
     RaiseThreadPriority();
 
-    pthread_mutex_lock(&g_start_gate);
-    const int error = pthread_create(&m_thread, &attributes, thread_func, this);
-    if (error == 0) {
-        m_has_thread = true;
-        if (m_detached) {
-            g_detached.Add(m_thread);
-            pthread_detach(m_thread);
+    auto* const entry = StartedThreads::MakeEntry(
+        this, m_detached ? StartedThreads::Ending::kForgotten : StartedThreads::Ending::kKept);
+    int error = ENOMEM;
+    if (entry != nullptr) {
+        const StartGate gate;
+        error = pthread_create(&m_thread, &attributes, thread_func, this);
+        if (error == 0) {
+            g_threads.Add(entry, m_thread);
+            m_has_thread = true;
+            if (m_detached)
+                pthread_detach(m_thread);
         }
-    } else {
+    }
+    if (error != 0) {
+        StartedThreads::DiscardEntry(entry);
         __FATAL("pthread_create() failed (%s)\n", ErrorText(error).c_str());
     }
-    pthread_mutex_unlock(&g_start_gate);
     pthread_attr_destroy(&attributes);
     return error;
 }
 
 void* pThread::thread_func(void* self)
 {
-    pthread_mutex_lock(&g_start_gate);
-    const bool wanted = g_detached.Begin(pthread_self());
-    pthread_mutex_unlock(&g_start_gate);
-    if (!wanted)
-        return nullptr;  // and its object may be gone
-
+    {
+        const StartGate gate;
+        if (!g_threads.Begin(pthread_self()))
+            return nullptr;  // and its object may be gone
+    }
     auto* const thread = static_cast<pThread*>(self);
-    const bool detached = thread->m_detached;
-    if (detached) {
+    if (thread->m_detached) {
         pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
         pthread_setcanceltype(PTHREAD_CANCEL_ASYNCHRONOUS, nullptr);
     }
     thread->m_running = true;
     thread->Run();
-    if (detached) {
-        pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
-        pthread_mutex_lock(&g_start_gate);
-        g_detached.End(pthread_self());
-        pthread_mutex_unlock(&g_start_gate);
-    }
+    // From here on the object may be gone.
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    const StartGate gate;
+    g_threads.End(pthread_self());
     return nullptr;
 }
 
@@ -102,14 +159,11 @@ void pThread::Stop()
     }
     if (IsCurrentThread())
         return;
-    if (m_detached) {
-        if (m_running) {
-            pthread_mutex_lock(&g_start_gate);
-            g_detached.Cancel(m_thread);
-            pthread_mutex_unlock(&g_start_gate);
-        }
-    } else {
-        pthread_join(m_thread, nullptr);
+    if (!m_detached) {
+        Join();
+    } else if (m_running) {
+        const StartGate gate;
+        g_threads.Cancel(this, m_thread);
     }
     m_has_thread = false;
     m_running = false;

@@ -35,20 +35,19 @@ public:
     virtual void Stop();
 
     /// Starts Run on a new thread at the highest priority the process may have
-    /// (the calling thread gets it too). A joinable thread that still runs is not
-    /// started again.
+    /// (the calling thread gets it too). A worker that runs is not started a
+    /// second time, but its stop request is taken back; one whose Run has
+    /// returned is started again. To tell the two apart it may wait for some
+    /// milliseconds.
     ///
     /// @param name  ignored
-    /// @return 0, or the system's error number
+    /// @return 0, or the system's error number, and then there is no thread
     int Start(const char* name);
 
     /// Tells the worker from its owner.
     ///
     /// @return true on the worker itself
-    bool IsCurrentThread() const
-    {
-        return m_has_thread && pthread_equal(m_thread, pthread_self()) != 0;
-    }
+    bool IsCurrentThread() const;
     /// What Run polls. Any thread.
     ///
     /// @return true since Stop
@@ -65,12 +64,19 @@ public:
     /// @return always null
     static void* thread_func(void* self);
 
+protected:
+    /// The request of Stop alone. Any thread.
+    void RequestStop() { m_stop_requested = true; }
+
 private:
+    bool StillRuns() const;
+    void Join();
+
     pthread_t m_thread;
     std::atomic<bool> m_stop_requested;
     std::atomic<bool> m_running;
     const bool m_detached;
-    std::atomic<bool> m_has_thread;  ///< m_thread is valid and, if joinable, not joined yet
+    std::atomic<bool> m_has_thread;  ///< m_thread was started and neither joined nor stopped
     const int m_stack_size;
 };
 

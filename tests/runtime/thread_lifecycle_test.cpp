@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "runtime/detached_threads.h"
+#include "runtime/started_threads.h"
 #include "tests/runtime/system_calls.h"
 #include "tests/runtime/worker.h"
 #include "tests/support/sleeps.h"
@@ -199,12 +199,14 @@ TEST_F(ThreadLifecycle, StopOfADetachedWorkerThatHasEndedCancelsNobody)
 
 TEST_F(ThreadLifecycle, DetachedWorkerStoppedBeforeItsBodyNeverBegins)
 {
-    DetachedThreads threads;
-    threads.Add(pthread_self());
-    threads.Cancel(pthread_self());
+    StartedThreads threads;
+    const Worker worker([](Worker&) {}, true);
+    threads.Add(StartedThreads::MakeEntry(&worker, StartedThreads::Ending::kForgotten),
+                pthread_self());
+    threads.Cancel(&worker, pthread_self());
     EXPECT_FALSE(threads.Begin(pthread_self()));
     EXPECT_TRUE(threads.Begin(pthread_self())) << "that was the id's last owner";
-    threads.Cancel(pthread_self());
+    threads.Cancel(&worker, pthread_self());
     threads.End(pthread_self());
 }
 
