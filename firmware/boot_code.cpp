@@ -1,6 +1,7 @@
 // Boot-code updates.
 
 #include "api/firmware_download.h"
+#include "firmware/download_scope.h"
 #include "firmware/firmware_loader.h"
 #include "firmware/image_file.h"
 #include "runtime/byte_order.h"
@@ -12,7 +13,7 @@ namespace {
 constexpr long kVersionWordOffset = 0x2032;
 constexpr unsigned kMagicShift = 20;
 constexpr std::uint32_t kVersionMask = 0x000FFFFF;
-constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(TORVIK_BOOTCODE_MAGIC) << kMagicShift;
+constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(BOOTCODE_MAGIC) << kMagicShift;
 constexpr unsigned long kSettleSeconds = 3;
 constexpr unsigned kBootCodeType = 1;
 
@@ -33,6 +34,7 @@ int CCameraFwLoader::UpdateBootCode(_KelDevHandle* device, char* path,
 {
     if (path == nullptr)
         return kCamUnsupported;
+    const DownloadScope scope;
     OpenedFile file = OpenForReading(path);
     if (!file.exists) {
         CAM_LOG(kLogDebugging,

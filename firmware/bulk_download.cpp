@@ -5,6 +5,7 @@
 #include "api/firmware_download.h"
 #include "devcmd/control_transfer.h"
 #include "devcmd/device_requests.h"
+#include "firmware/download_scope.h"
 #include "firmware/image_file.h"
 #include "runtime/byte_order.h"
 #include "runtime/debug_log.h"
@@ -120,6 +121,7 @@ int UpdateFirmwarePcsyncPath(_KelDevHandle* device, char* path, unsigned)
 {
     if (device == nullptr || path == nullptr)
         return kCamUnsupported;
+    const DownloadScope scope;
     Image image = LoadImage(path, {__func__, kLogDebugging, 1, kPcsync.block_size, true});
     if (image.data == nullptr)
         return kCamUnsupported;
@@ -135,6 +137,7 @@ int UpdateFirmware(_KelDevHandle* device, char* path, unsigned type)
 {
     if (device == nullptr || path == nullptr)
         return kCamUnsupported;
+    const DownloadScope scope;
     Image image = LoadImage(path, {__func__, kLogDebugging, 0, 0, false});
     if (image.data == nullptr)
         return kCamUnsupported;
@@ -150,6 +153,7 @@ int UpdateKelFirmwareWithCheckSum(_KelDevHandle* device, char* path, long long c
 {
     if (device == nullptr || path == nullptr)
         return kCamUnsupported;
+    const DownloadScope scope;
     Image image = LoadImage(path, {__func__, kLogDebugging, 0, 0, false});
     if (image.data == nullptr)
         return kCamUnsupported;

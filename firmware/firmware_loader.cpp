@@ -4,6 +4,7 @@
 
 #include "api/firmware_download.h"
 #include "devcmd/usb_identity.h"
+#include "firmware/download_scope.h"
 #include "firmware/version_report.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
@@ -64,12 +65,6 @@ void CCameraFwLoader::Report(unsigned status)
 }
 
 void CCameraFwLoader::Run()
-{
-    BringUp();
-    m_finished = true;
-}
-
-void CCameraFwLoader::BringUp()
 {
     CAM_LOG_AS(kRun, kLogDebugging, "CCameraFwLoader::Run()\r\n");
     CAM_LOG_AS(kRun, kLogDebugging,
@@ -236,9 +231,10 @@ void CCameraFwLoader::OnDisconnected(int result)
 
 int CCameraFwLoader::GetCamVersion()
 {
+    const VersionQueryScope query;
     const MutexGuard guard(m_device_lock);
     unsigned char version[6] = {};
-    if (KelXU_GetFWVersion(m_device, version) != 0) {
+    if (KelXU_GetFWVersion(query.MayAsk() ? m_device : nullptr, version) != 0) {
         CAM_LOG(kLogFatal, "Get Firmware Version error\r\n");
         return 0;
     }

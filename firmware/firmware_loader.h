@@ -2,7 +2,6 @@
 #ifndef TORVIK_FIRMWARE_FIRMWARE_LOADER_H
 #define TORVIK_FIRMWARE_FIRMWARE_LOADER_H
 
-#include <atomic>
 #include <cstdint>
 
 #include "api/cam_export.h"
@@ -35,7 +34,8 @@ public:
     void Run() override;
 
     /// Reads the camera's firmware version. 1 when it answered with one, else
-    /// 0. Any thread.
+    /// 0; so also, with nothing sent, while the library downloads an image into
+    /// whichever device. Any thread.
     int GetCamVersion();
     /// Burns the boot code in `path` when it is newer than `deviceVersion`. 0
     /// also when there is no such file or it is not newer; 0x80000003 for a
@@ -45,13 +45,14 @@ public:
     /// the two version descriptions on the file system.
     static bool UseDefaultVersion();
 
-    /// Run has returned, or is about to without touching anything else.
-    bool HasFinished() const { return m_finished; }
+protected:
+    /// This thread, in its call-back: closes the device, because another loader
+    /// is about to look for it.
+    void GiveDeviceBack() { CloseDevice(); }
 
 private:
     static constexpr std::uint32_t kUnknownVersion = 0xFFFFFFFF;
 
-    void BringUp();
     bool OpenBootLoader(bool& use_pcsync);
     bool DownloadFirmware(bool use_pcsync, std::uint32_t& boot_version);
     bool WaitForReboot();
@@ -73,7 +74,6 @@ private:
     _KelDevHandle* m_device = nullptr;
     std::uint32_t m_camera_version = 0;  ///< guarded by m_device_lock
     pMutex m_device_lock;
-    std::atomic<bool> m_finished{false};
 };
 
 #endif

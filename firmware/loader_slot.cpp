@@ -1,66 +1,141 @@
 #include "firmware/loader_slot.h"
 
-#include <algorithm>
-#include <iterator>
+#include <new>
 #include <utility>
 
-void FirmwareLoaderSlot::Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback,
+/// A loader in the list. The members are guarded by the slot's lock.
+class FirmwareLoaderSlot::Worker : public CCameraFwLoader
+{
+public:
+    Worker(FirmwareLoaderSlot& slot, ICameraSubject* camera, Callback callback, void* context)
+        : CCameraFwLoader(camera, callback, context), m_slot(slot)
+    {
+    }
+    ~Worker() override { Stop(); }
+
+    void Run() override
+    {
+        CCameraFwLoader::Run();
+        m_slot.OnOver(*this);
+    }
+
+    using CCameraFwLoader::GiveDeviceBack;
+    using CCameraFwLoader::RequestStop;
+
+    std::unique_ptr<Worker> older;
+    bool over = false;  ///< its thread will touch nothing any more
+    int waiters = 0;    ///< threads that look at it still
+
+private:
+    FirmwareLoaderSlot& m_slot;
+};
+
+FirmwareLoaderSlot::FirmwareLoaderSlot() = default;
+
+FirmwareLoaderSlot::~FirmwareLoaderSlot()
+{
+    StopAndDelete();
+}
+
+bool FirmwareLoaderSlot::Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback,
                                  void* context)
 {
-    // Two threads may be here at once: the old loader is gone, and with it its
-    // hold on the devices, before the new one starts.
-    for (;;) {
-        Loader old;
-        {
-            const MutexGuard guard(m_lock);
-            if (m_closed)
-                return;
-            if (m_current == nullptr) {
-                m_current = std::make_unique<CCameraFwLoader>(camera, callback, context);
-                m_current->Start(nullptr);
-                return;
-            }
-            old = std::move(m_current);
-        }
-        Retire(std::move(old));
+    const MutexGuard guard(m_lock);
+    ++m_restarts;
+    Worker* const found = m_newest.get();
+    if (found != nullptr && !m_closed) {
+        found->RequestStop();
+        if (found->IsCurrentThread())
+            found->GiveDeviceBack();
+        else
+            WaitUntilOver(*found);
+    }
+    const bool superseded = m_newest.get() != found;
+    const bool done = m_closed || superseded || StartNext(camera, callback, context);
+    --m_restarts;
+    WakeSleepers();
+    return done;
+}
+
+bool FirmwareLoaderSlot::StartNext(ICameraSubject* camera, CCameraFwLoader::Callback callback,
+                                   void* context)
+{
+    FreeThoseOver();
+    std::unique_ptr<Worker> worker(new (std::nothrow) Worker(*this, camera, callback, context));
+    if (worker == nullptr || worker->Start(nullptr) != 0)
+        return false;
+    worker->older = std::move(m_newest);
+    m_newest = std::move(worker);
+    WakeSleepers();
+    return true;
+}
+
+/// Or until there is a newer one. Its own call-back may start that, and then it
+/// has given its device back.
+void FirmwareLoaderSlot::WaitUntilOver(Worker& worker)
+{
+    ++worker.waiters;
+    while (!m_closed && !worker.over && m_newest.get() == &worker)
+        Sleep();
+    --worker.waiters;
+}
+
+void FirmwareLoaderSlot::FreeThoseOver()
+{
+    std::unique_ptr<Worker>* link = &m_newest;
+    while (*link != nullptr) {
+        if ((*link)->over && (*link)->waiters == 0)
+            *link = std::move((*link)->older);
+        else
+            link = &(*link)->older;
     }
 }
 
-/// Ends a loader, or puts it aside when that is the calling thread, and frees
-/// those put aside before. Not under the lock: freeing waits for a thread that
-/// may be about to call back.
-void FirmwareLoaderSlot::Retire(Loader loader)
+void FirmwareLoaderSlot::Sleep()
 {
-    std::vector<Loader> finished;
-    {
-        const MutexGuard guard(m_lock);
-        const auto first_finished =
-            std::partition(m_retired.begin(), m_retired.end(),
-                           [](const Loader& retired) { return !retired->HasFinished(); });
-        std::move(first_finished, m_retired.end(), std::back_inserter(finished));
-        m_retired.erase(first_finished, m_retired.end());
-        if (loader != nullptr && loader->IsCurrentThread()) {
-            loader->Stop();
-            m_retired.push_back(std::move(loader));
-        }
-    }
+    ++m_sleepers;
+    m_changed.Wait(m_lock, -1);
+    --m_sleepers;
+}
+
+/// A trigger wakes one of them.
+void FirmwareLoaderSlot::WakeSleepers()
+{
+    for (int i = 0; i < m_sleepers; ++i)
+        m_changed.Trigger(m_lock);
+}
+
+/// On the worker's thread, last of all.
+void FirmwareLoaderSlot::OnOver(Worker& worker)
+{
+    const MutexGuard guard(m_lock);
+    worker.over = true;
+    WakeSleepers();
 }
 
 void FirmwareLoaderSlot::StopAndDelete()
 {
-    Loader current;
-    std::vector<Loader> retired;
     {
         const MutexGuard guard(m_lock);
         m_closed = true;
-        current.swap(m_current);
-        retired.swap(m_retired);
+        for (Worker* worker = m_newest.get(); worker != nullptr; worker = worker->older.get())
+            worker->RequestStop();
+        WakeSleepers();
     }
-    // Here their threads end; one of them may still ask for a restart.
+    // Without the lock, which their call-backs take. Now that the slot is closed
+    // the list stays as it is.
+    for (Worker* worker = m_newest.get(); worker != nullptr; worker = worker->older.get())
+        worker->Stop();
+
+    std::unique_ptr<Worker> loaders;
+    const MutexGuard guard(m_lock);
+    while (m_restarts != 0)
+        Sleep();
+    loaders = std::move(m_newest);
 }
 
 int FirmwareLoaderSlot::CamVersion()
 {
     const MutexGuard guard(m_lock);
-    return m_current != nullptr ? m_current->GetCamVersion() : 0;
+    return m_newest != nullptr ? m_newest->GetCamVersion() : 0;
 }

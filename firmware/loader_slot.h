@@ -1,42 +1,57 @@
-// The camera object's one firmware loader.
+// The camera object's firmware loaders.
 #ifndef TORVIK_FIRMWARE_LOADER_SLOT_H
 #define TORVIK_FIRMWARE_LOADER_SLOT_H
 
 #include <memory>
-#include <vector>
 
 #include "firmware/firmware_loader.h"
 #include "runtime/mutex.h"
+#include "runtime/sync_event.h"
 
-/// Owns the current loader. Any thread may call, the loader's own included: a
-/// host that wants to try again calls Init from the completion call-back, which
-/// runs on the loader that is to be replaced. Such a loader is told to stop and
-/// kept until its thread has ended.
+/// Owns the newest loader, and those before it until they are over. Any thread
+/// may call, a loader's own included: a host that wants to try again calls Init
+/// from the completion call-back, which runs on the loader that is to be
+/// replaced. Every loader stays in the list for as long as its thread lives, so
+/// that there is none that nobody knows of.
 class FirmwareLoaderSlot
 {
 public:
-    FirmwareLoaderSlot() = default;
+    FirmwareLoaderSlot();
     /// Waits for every loader.
-    ~FirmwareLoaderSlot() { StopAndDelete(); }
+    ~FirmwareLoaderSlot();
     FirmwareLoaderSlot(const FirmwareLoaderSlot&) = delete;
     FirmwareLoaderSlot& operator=(const FirmwareLoaderSlot&) = delete;
 
-    /// Replaces the loader by a new one and starts that; nothing after
-    /// StopAndDelete.
-    void Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
+    /// Starts a loader once the newest one is over, which is asked to stop. On
+    /// that loader's own thread it gives its device back at once and is waited
+    /// for by nobody. When somebody else has started another one meanwhile, that
+    /// one stands. Nothing after StopAndDelete.
+    ///
+    /// @return false when the system has no thread or no memory for a loader
+    bool Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
+    /// Ends every loader. Returns when their threads have ended and no thread is
+    /// inside Restart.
     void StopAndDelete();
-    /// CCameraFwLoader::GetCamVersion; 0 without a loader.
+    /// CCameraFwLoader::GetCamVersion of the newest loader; 0 without one.
     int CamVersion();
 
 private:
-    using Loader = std::unique_ptr<CCameraFwLoader>;
+    class Worker;
 
-    void Retire(Loader loader);
+    bool StartNext(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
+    void WaitUntilOver(Worker& worker);
+    void FreeThoseOver();
+    void Sleep();
+    void WakeSleepers();
+    void OnOver(Worker& worker);
 
     pMutex m_lock;
-    Loader m_current;                ///< guarded by m_lock
-    std::vector<Loader> m_retired;   ///< guarded by m_lock; told to stop
-    bool m_closed = false;           ///< guarded by m_lock
+    pSyncEvent m_changed;
+    // Guarded by m_lock.
+    std::unique_ptr<Worker> m_newest;  ///< head of the list
+    int m_sleepers = 0;                ///< threads that wait on m_changed
+    int m_restarts = 0;                ///< threads inside Restart
+    bool m_closed = false;
 };
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "api/firmware_download.h"
 #include "devcmd/command_frames.h"
+#include "firmware/download_scope.h"
 #include "firmware/image_file.h"
 #include "runtime/debug_log.h"
 
@@ -26,6 +27,7 @@ int UpdateFirmwareUvcPath(_KelDevHandle* device, char* path, unsigned)
 {
     if (device == nullptr || path == nullptr)
         return kCamUnsupported;
+    const DownloadScope scope;
     Image image = LoadImage(path, {__func__, kLogFatal, 0, kBlockSize, true});
     if (image.data == nullptr)
         return kCamUnsupported;

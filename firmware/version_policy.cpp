@@ -1,6 +1,7 @@
 // Whether the factory image or the downloaded one is used.
 
 #include <cstdlib>
+#include <new>
 #include <string>
 
 #include "firmware/firmware_loader.h"
@@ -42,52 +43,67 @@ bool FindVersion(const std::string& text, std::string& version)
     return true;
 }
 
-}  // namespace
+void LogUnparsable()
+{
+    CAM_LOG_AS(kFunction, kLogFatal, "fail to parse zelCamera.xml, use /mtd_down/wiru/bin\n");
+}
 
-bool CCameraFwLoader::UseDefaultVersion()
+bool FactoryImageIsNewer()
 {
     const OpenedFile downloaded = OpenForReading(kDownloadedPath);
     const OpenedFile factory = OpenForReading(kFactoryPath);
     if (!factory.exists) {
-        CAM_LOG(kLogFatal, "use /mtd_down/wiru/bin\n");
+        CAM_LOG_AS(kFunction, kLogFatal, "use /mtd_down/wiru/bin\n");
         return false;
     }
     if (!downloaded.exists) {
-        CAM_LOG(kLogFatal, "no version file in %s, start update\n", kDownloadedPath);
-        CAM_LOG(kLogFatal, "use /mtd_exe/wiru/\n");
+        CAM_LOG_AS(kFunction, kLogFatal, "no version file in %s, start update\n", kDownloadedPath);
+        CAM_LOG_AS(kFunction, kLogFatal, "use /mtd_exe/wiru/\n");
         return true;
     }
 
     std::string factory_text;
     std::string downloaded_text;
     if (!ReadText(factory, factory_text) || !ReadText(downloaded, downloaded_text)) {
-        CAM_LOG(kLogFatal, "fail to parse zelCamera.xml, use /mtd_down/wiru/bin\n");
+        LogUnparsable();
         return false;
     }
     if (factory_text.empty())
         return false;
-    CAM_LOG(kLogDebugging, "zelVersion Version XML String length=%d \n",
+    CAM_LOG_AS(kFunction, kLogDebugging, "zelVersion Version XML String length=%d \n",
             static_cast<int>(downloaded_text.size()));
 
     std::string factory_version;
     if (!FindVersion(factory_text, factory_version)) {
-        CAM_LOG(kLogFatal, "%s: default camera dir has invalid version info.\n", kFunction);
+        CAM_LOG_AS(kFunction, kLogFatal, "%s: default camera dir has invalid version info.\n", kFunction);
         return false;
     }
     std::string downloaded_version;
     if (!FindVersion(downloaded_text, downloaded_version)) {
-        CAM_LOG(kLogFatal, "zel version in /mtd_down/wiru/bin has invalid version \n");
+        CAM_LOG_AS(kFunction, kLogFatal, "zel version in /mtd_down/wiru/bin has invalid version \n");
         return true;
     }
 
-    CAM_LOG(kLogDebugging, "defaultVersion version : %s \n", factory_version.c_str());
-    CAM_LOG(kLogDebugging, "zelVersion version : %s \n", downloaded_version.c_str());
+    CAM_LOG_AS(kFunction, kLogDebugging, "defaultVersion version : %s \n", factory_version.c_str());
+    CAM_LOG_AS(kFunction, kLogDebugging, "zelVersion version : %s \n", downloaded_version.c_str());
     // As decimal numbers: 1.10 is lower than 1.9.
     if (std::strtod(downloaded_version.c_str(), nullptr) <
         std::strtod(factory_version.c_str(), nullptr)) {
-        CAM_LOG(kLogFatal, "default driver version is newer than zel version \n");
+        CAM_LOG_AS(kFunction, kLogFatal, "default driver version is newer than zel version \n");
         return true;
     }
-    CAM_LOG(kLogDebugging, "zel driver version is newer than default driver version \n");
+    CAM_LOG_AS(kFunction, kLogDebugging, "zel driver version is newer than default driver version \n");
     return false;
+}
+
+}  // namespace
+
+bool CCameraFwLoader::UseDefaultVersion()
+{
+    try {
+        return FactoryImageIsNewer();
+    } catch (const std::bad_alloc&) {
+        LogUnparsable();  // there is no memory to take the texts whole
+        return false;
+    }
 }

@@ -18,7 +18,7 @@ constexpr std::uintmax_t kGreatestImage = 64u << 20;
 
 bool FirmwareImage::IsBootCode() const
 {
-    return has_version_word && version_word >> 20 == TORVIK_BOOTCODE_MAGIC;
+    return has_version_word && version_word >> 20 == BOOTCODE_MAGIC;
 }
 
 std::uint64_t FirmwareImage::Checksum() const

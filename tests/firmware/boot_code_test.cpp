@@ -10,7 +10,7 @@ namespace {
 
 constexpr char kName[] = "UpdateBootCode";
 constexpr std::size_t kWordOffset = 0x2032;
-constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(TORVIK_BOOTCODE_MAGIC) << 20;
+constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(BOOTCODE_MAGIC) << 20;
 
 std::string Hex(std::uint32_t value)
 {

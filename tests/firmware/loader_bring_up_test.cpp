@@ -15,7 +15,7 @@ protected:
 
     static void WriteBootCode(std::uint32_t version)
     {
-        constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(TORVIK_BOOTCODE_MAGIC) << 20;
+        constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(BOOTCODE_MAGIC) << 20;
         std::string image(0x2036, '\0');
         for (std::size_t i = 0; i < 4; ++i)
             image[0x2032 + i] = static_cast<char>((kMagic | version) >> (8 * i));

@@ -178,8 +178,8 @@ TEST(FirmwareImage, VersionWordIsFoundWhereTheFileIsLongEnough)
     Bytes bytes(0x2036, 1);
     bytes[0x2032] = 0x45;
     bytes[0x2033] = 0x23;
-    bytes[0x2034] = static_cast<std::uint8_t>((TORVIK_BOOTCODE_MAGIC & 0xF) << 4 | 0x1);
-    bytes[0x2035] = static_cast<std::uint8_t>(TORVIK_BOOTCODE_MAGIC >> 4);
+    bytes[0x2034] = static_cast<std::uint8_t>((BOOTCODE_MAGIC & 0xF) << 4 | 0x1);
+    bytes[0x2035] = static_cast<std::uint8_t>(BOOTCODE_MAGIC >> 4);
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));

@@ -37,7 +37,7 @@ void WriteImages()
     TvRoot::Write("/mtd_rwarea/wiru/bin/TorvikFW.bin", firmware);
 
     std::string boot_code(kVersionWordOffset + 4, '\0');
-    const unsigned word = static_cast<unsigned>(TORVIK_BOOTCODE_MAGIC) << 20 | kNewBootCode;
+    const unsigned word = static_cast<unsigned>(BOOTCODE_MAGIC) << 20 | kNewBootCode;
     for (unsigned i = 0; i < 4; ++i)
         boot_code[kVersionWordOffset + i] = static_cast<char>(word >> 8 * i & 0xFF);
     TvRoot::Write("/mtd_rwarea/wiru/bin/TorvikBC.bin", boot_code);

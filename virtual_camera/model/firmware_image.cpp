@@ -26,7 +26,7 @@ ImageFacts InspectImage(const Bytes& image)
     facts.length = image.size();
     if (image.size() >= kVersionWord + 4) {
         const auto word = static_cast<std::uint32_t>(LoadLe(&image[kVersionWord], 4));
-        if (word >> 20 == TORVIK_BOOTCODE_MAGIC) {
+        if (word >> 20 == BOOTCODE_MAGIC) {
             facts.kind = ImageKind::kBootCode;
             facts.boot_code_version = word & 0xFFFFF;
         }

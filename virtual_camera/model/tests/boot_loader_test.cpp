@@ -159,7 +159,7 @@ TEST(Firmware, TakesBootCodeWithoutLeavingTheBus)
 {
     Download download{CameraOptions{}};
     Bytes image(0x2036);
-    StoreLe(&image[0x2032], unsigned{TORVIK_BOOTCODE_MAGIC} << 20U | 0x20, 4);
+    StoreLe(&image[0x2032], unsigned{BOOTCODE_MAGIC} << 20U | 0x20, 4);
     download.SendUnit(image);
     EXPECT_TRUE(download.camera.Attached(download.host.now));
     Bytes padded = image;
