@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <new>
 
 #include "runtime/debug_log.h"
 #include "runtime/elapsed_clock.h"
@@ -34,10 +35,11 @@ CAudioCaptureThread::~CAudioCaptureThread()
 void CAudioCaptureThread::Run()
 {
     ElapsedClock clock;
-    const std::unique_ptr<unsigned char[]> staging(new unsigned char[kStagingSize]());
+    const std::unique_ptr<unsigned char[]> staging(new (std::nothrow)
+                                                       unsigned char[kStagingSize]());
     unsigned filled = 0;
 
-    while (!StopRequested()) {
+    while (staging != nullptr && !StopRequested()) {
         unsigned char* data = nullptr;
         unsigned int size = 0;
         const int result = m_capture->GetBuf(&data, &size);

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "audio/uac_transport.h"
 
@@ -12,7 +13,7 @@ struct CLibUSB_UacCtrl::TransferCbParam {
     static constexpr std::size_t kMinBufferSize = 10240;
 
     TransferCbParam(CLibUSB_UacCtrl* transport, std::uint8_t slot, std::size_t size)
-        : owner(transport), index(slot), buffer(new unsigned char[size]())
+        : owner(transport), index(slot), buffer(new (std::nothrow) unsigned char[size]())
     {
     }
     virtual ~TransferCbParam() { delete[] buffer; }
@@ -22,7 +23,7 @@ struct CLibUSB_UacCtrl::TransferCbParam {
     /// Null for a transfer that was given up while in flight.
     std::atomic<CLibUSB_UacCtrl*> owner;
     std::uint8_t index;
-    unsigned char* buffer;
+    unsigned char* buffer;  ///< null when there was no memory for it
 };
 
 #endif

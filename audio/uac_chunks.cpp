@@ -26,6 +26,8 @@ void CLibUSB_UacCtrl::handle_libusb_event()
             libusb_handle_events_timeout(m_context.Get(), &slice);
         else
             SleepMicroseconds(kEventSliceMicroseconds);
+        if (m_ring != nullptr)
+            m_ring->WakeOverdueConsumer();
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)
@@ -44,6 +46,8 @@ void LIBUSB_CALL CLibUSB_UacCtrl::callback(libusb_transfer* transfer)
         libusb_free_transfer(transfer);
         return;
     }
+    if (transfer->status == LIBUSB_TRANSFER_NO_DEVICE)
+        owner->m_device.HeedLoss();
     const CamMutexGuard guard(owner->m_completion_lock);
     owner->m_in_flight[param->index] = false;
     if (owner->m_ring != nullptr)

@@ -16,10 +16,11 @@ constexpr unsigned short kVolumeLength = 2;
 constexpr unsigned char kDirectionIn = 0x80;
 constexpr int kInitialVolumePercent = 30;
 
-int SendRate(libusb_device_handle* handle, unsigned char* rate)
+int SendRate(CameraDevice& device, unsigned char* rate)
 {
-    return libusb_control_transfer_(handle, kSetEndpoint, kAudioSetCur, kSamplingFrequencyControl,
-                                    kAudioEndpoint, rate, kRateLength, kTimeoutMs);
+    return device.Heed(libusb_control_transfer_(device.Handle(), kSetEndpoint, kAudioSetCur,
+                                                kSamplingFrequencyControl, kAudioEndpoint, rate,
+                                                kRateLength, kTimeoutMs));
 }
 
 void WriteRate(unsigned char* bytes, unsigned rate)
@@ -35,15 +36,15 @@ bool CLibUSB_UacCtrl::NegotiateRate(int rate)
     static constexpr char kFunction[] = "UAC_EnableAudioStream";
     unsigned char bytes[kRateLength];
     WriteRate(bytes, static_cast<unsigned>(rate));
-    int moved = SendRate(m_device_handle, bytes);
+    int moved = SendRate(m_device, bytes);
     if (moved != kRateLength) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Failed to SET sampling rate: (%d)\n", moved);
         return false;
     }
     // The answer is not compared: the device may round.
-    moved = libusb_control_transfer_(m_device_handle, kGetEndpoint, kAudioGetCur,
-                                     kSamplingFrequencyControl, kAudioEndpoint, bytes,
-                                     kRateLength, kTimeoutMs);
+    moved = m_device.Heed(libusb_control_transfer_(m_device.Handle(), kGetEndpoint, kAudioGetCur,
+                                                   kSamplingFrequencyControl, kAudioEndpoint,
+                                                   bytes, kRateLength, kTimeoutMs));
     if (moved != kRateLength) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Failed to GET sampling rate: (%d)\n", moved);
         return false;
@@ -54,9 +55,9 @@ bool CLibUSB_UacCtrl::NegotiateRate(int rate)
 bool CLibUSB_UacCtrl::GetVolumeLimit(unsigned char request, std::atomic<std::int16_t>& limit)
 {
     unsigned char bytes[kVolumeLength] = {};
-    const int moved =
-        libusb_control_transfer_(m_device_handle, kGetInterface, request, kVolumeControl,
-                                 kFeatureUnitIndex, bytes, kVolumeLength, kTimeoutMs);
+    const int moved = m_device.Heed(
+        libusb_control_transfer_(m_device.Handle(), kGetInterface, request, kVolumeControl,
+                                 kFeatureUnitIndex, bytes, kVolumeLength, kTimeoutMs));
     if (moved != kVolumeLength) {
         CAM_LOG_AS("UAC_EnableAudioStream", kLogDebugging,
                    "libusb_control_transfer: Error: (%d)\n", moved);
@@ -84,11 +85,11 @@ void CLibUSB_UacCtrl::ChooseInitialVolume()
 
 int CLibUSB_UacCtrl::UAC_SetSamplingRate(unsigned rate)
 {
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
     unsigned char bytes[kRateLength];
     WriteRate(bytes, rate);
-    const int result = SendRate(m_device_handle, bytes);
+    const int result = SendRate(m_device, bytes);
     if (result < 0)
         CAM_LOG(kLogDebugging, "UAC_SetSamplingRate: Error: (%d)\n", result);
     return result;
@@ -96,7 +97,7 @@ int CLibUSB_UacCtrl::UAC_SetSamplingRate(unsigned rate)
 
 int CLibUSB_UacCtrl::UAC_SetCurVolume(short volume)
 {
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
     if (volume < m_min_volume || volume > m_max_volume)
         return -1;
@@ -104,9 +105,9 @@ int CLibUSB_UacCtrl::UAC_SetCurVolume(short volume)
             m_max_volume.load(), volume);
     unsigned char bytes[kVolumeLength];
     WriteLe16(bytes, static_cast<std::uint16_t>(volume));
-    const int result =
-        libusb_control_transfer_(m_device_handle, kSetInterface, kAudioSetCur, kVolumeControl,
-                                 kFeatureUnitIndex, bytes, kVolumeLength, kSetVolumeTimeoutMs);
+    const int result = m_device.Heed(
+        libusb_control_transfer_(m_device.Handle(), kSetInterface, kAudioSetCur, kVolumeControl,
+                                 kFeatureUnitIndex, bytes, kVolumeLength, kSetVolumeTimeoutMs));
     if (result < 0) {
         CAM_LOG(kLogDebugging, "UAC_SetCurVolume: Error: (%d)\n", result);
         return result;
@@ -119,12 +120,12 @@ int CLibUSB_UacCtrl::UVC_query_ctrl(unsigned char request, unsigned char unit,
                                     unsigned char interface, unsigned char selector, void* data,
                                     unsigned short length, unsigned int timeout)
 {
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
-    const int result = libusb_control_transfer_(
-        m_device_handle, static_cast<unsigned char>((request & kDirectionIn) | kSetInterface),
+    const int result = m_device.Heed(libusb_control_transfer_(
+        m_device.Handle(), static_cast<unsigned char>((request & kDirectionIn) | kSetInterface),
         request, static_cast<unsigned short>(selector << 8),
         static_cast<unsigned short>(unit << 8 | interface), static_cast<unsigned char*>(data),
-        length, timeout);
+        length, timeout));
     return result < 0 ? kCamUnsupported : result;
 }

@@ -3,8 +3,6 @@
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
-#include "devcmd/alternate_setting.h"
-#include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 
 namespace {
@@ -19,15 +17,15 @@ CLibUSB_UacCtrl::CLibUSB_UacCtrl() : m_iso_packets(kIsoPackets) {}
 CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
 {
     CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::~CLibUSB_UacCtrl() +\r\n");
-    if (m_device_handle != nullptr) {
+    if (m_device.IsOpen()) {
         // A stream that nobody stopped: closing the device under its transfers
         // would leave them without a completion.
         m_streaming = false;
         if (AnyInFlight())
             CancelTransfers();
         PumpCancellations();
-        libusb_release_interface(m_device_handle, kReleasedInterface);
-        CloseDevice();
+        m_device.Release(kReleasedInterface);
+        m_device.Close();
     }
     FreeTransfers();
     for (unsigned i = 0; i < kTransfers; ++i) {
@@ -44,35 +42,26 @@ CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
     CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::~CLibUSB_UacCtrl() -\r\n");
 }
 
-void CLibUSB_UacCtrl::CloseDevice()
-{
-    libusb_close(m_device_handle);
-    m_device_handle = nullptr;
-}
-
 int CLibUSB_UacCtrl::Init(int vid, int pid)
 {
-    const CameraDevice camera = OpenCameraDevice(m_context, vid, pid);
-    if (camera.handle == nullptr)
+    if (!m_device.Open(vid, pid))
         return -1;
-    m_device_handle = camera.handle;
-    m_device = camera.device;
 
-    DetachKernelDriver(m_device_handle, kAudioStreamingInterface);
-    int result = libusb_claim_interface(m_device_handle, kAudioStreamingInterface);
+    m_device.DetachKernelDriver(kAudioStreamingInterface);
+    int result = m_device.Claim(kAudioStreamingInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioStream) fail!(%d)\n", result);
-        CloseDevice();
+        m_device.Close();
         return -1;
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioStream)  ok!\n");
-    SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kIdleSetting);
+    m_device.SelectSetting(kAudioStreamingInterface, kIdleSetting);
 
-    DetachKernelDriver(m_device_handle, kAudioControlInterface);
-    result = libusb_claim_interface(m_device_handle, kAudioControlInterface);
+    m_device.DetachKernelDriver(kAudioControlInterface);
+    result = m_device.Claim(kAudioControlInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioControl)  fail!(%d)\n", result);
-        CloseDevice();
+        m_device.Close();
         return -1;
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (AudioControl) ok!\n");

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 #include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
-#include "devcmd/alternate_setting.h"
 #include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
@@ -25,7 +25,7 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
 {
     if (m_streaming)
         UAC_DisableAudioStream();
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
 
     CAM_LOG(kLogDebugging, "CLibUSB_UacCtrl::UAC_EnableAudioStream  %d Hz\r\n", rate);
@@ -33,8 +33,7 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
         return -1;
     ChooseInitialVolume();
 
-    if (SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kStreamingSetting) <
-        0) {
+    if (m_device.SelectSetting(kAudioStreamingInterface, kStreamingSetting) < 0) {
         CAM_LOG(kLogDebugging, "UAC_EnableAudioStream Error: IF = 3, Alt = 1");
         return -1;
     }
@@ -61,38 +60,24 @@ void CLibUSB_UacCtrl::ReapLeftTransfers()
 int CLibUSB_UacCtrl::PrepareStream()
 {
     const MutexGuard guard(m_event_mutex);
-    if (!AllocateTransfers())
+    if (!AllocateTransfers()) {
+        FreeTransfers();
         return -1;
-    m_packet_size = libusb_get_max_iso_packet_size(m_device, kAudioEndpoint);
+    }
+    m_packet_size = libusb_get_max_iso_packet_size(m_device.Device(), kAudioEndpoint);
     if (m_packet_size < 1) {
         CAM_LOG_AS(kEnable, kLogDebugging, "libusb_get_max_iso_packet_size Fail");
         return -1;
     }
 
+    if (!AllocateParams() || !AllocateRing()) {
+        FreeTransfers();
+        DeleteRing();
+        DeleteFrames();
+        return -1;
+    }
     m_streaming = true;
-    const int transfer_size = m_iso_packets * m_packet_size;
-    const std::size_t buffer_size = std::max(TransferCbParam::kMinBufferSize,
-                                             static_cast<std::size_t>(transfer_size));
-    for (unsigned i = 0; i < kTransfers; ++i) {
-        m_params[i] =
-            std::make_unique<TransferCbParam>(this, static_cast<std::uint8_t>(i), buffer_size);
-        libusb_fill_iso_transfer(m_transfers[i], m_device_handle, kAudioEndpoint,
-                                 m_params[i]->buffer, transfer_size, m_iso_packets, callback,
-                                 m_params[i].get(), kIsoTimeoutMs);
-        libusb_set_iso_packet_lengths(m_transfers[i], static_cast<unsigned>(m_packet_size));
-    }
-    DeleteRing();
-    DeleteFrames();
-    for (CFrameBuf*& frame : m_frames)
-        frame = new CFrameBuf(static_cast<std::size_t>(transfer_size));
-    {
-        const CamMutexGuard completion_guard(m_completion_lock);
-        m_ring = new CFrameBufQueue(m_frames, kFrameBuffers);
-    }
-    const int result = SubmitTransfers();
-    if (result == 0)
-        m_streaming = true;
-    return result;
+    return SubmitTransfers();
 }
 
 bool CLibUSB_UacCtrl::AllocateTransfers()
@@ -110,6 +95,40 @@ bool CLibUSB_UacCtrl::AllocateTransfers()
     }
     return std::all_of(std::begin(m_transfers), std::end(m_transfers),
                        [](const libusb_transfer* transfer) { return transfer != nullptr; });
+}
+
+bool CLibUSB_UacCtrl::AllocateParams()
+{
+    const int transfer_size = m_iso_packets * m_packet_size;
+    const std::size_t buffer_size = std::max(TransferCbParam::kMinBufferSize,
+                                             static_cast<std::size_t>(transfer_size));
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        m_params[i].reset(new (std::nothrow) TransferCbParam(this, static_cast<std::uint8_t>(i),
+                                                             buffer_size));
+        if (m_params[i] == nullptr || m_params[i]->buffer == nullptr)
+            return false;
+        libusb_fill_iso_transfer(m_transfers[i], m_device.Handle(), kAudioEndpoint,
+                                 m_params[i]->buffer, transfer_size, m_iso_packets, callback,
+                                 m_params[i].get(), kIsoTimeoutMs);
+        libusb_set_iso_packet_lengths(m_transfers[i], static_cast<unsigned>(m_packet_size));
+    }
+    return true;
+}
+
+bool CLibUSB_UacCtrl::AllocateRing()
+{
+    DeleteRing();
+    DeleteFrames();
+    for (CFrameBuf*& frame : m_frames) {
+        frame = new (std::nothrow)
+            CFrameBuf(static_cast<std::size_t>(m_iso_packets) * static_cast<unsigned>(m_packet_size));
+        if (frame == nullptr || frame->Data() == nullptr)
+            return false;
+    }
+    auto* const ring = new (std::nothrow) CFrameBufQueue(m_frames, kFrameBuffers);
+    const CamMutexGuard guard(m_completion_lock);
+    m_ring = ring;
+    return ring != nullptr;
 }
 
 int CLibUSB_UacCtrl::SubmitTransfers()
@@ -131,7 +150,7 @@ int CLibUSB_UacCtrl::Submit(libusb_transfer* transfer, unsigned index)
 {
     // Set first: the completion may run on another thread before submit returns.
     m_in_flight[index] = true;
-    const int result = libusb_submit_transfer(transfer);
+    const int result = m_device.Heed(libusb_submit_transfer(transfer));
     if (result < 0)
         m_in_flight[index] = false;
     return result;
@@ -139,7 +158,7 @@ int CLibUSB_UacCtrl::Submit(libusb_transfer* transfer, unsigned index)
 
 int CLibUSB_UacCtrl::UAC_DisableAudioStream()
 {
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
     {
         // A completion resubmits before this, and is cancelled, or sees it.
@@ -148,7 +167,7 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
     }
     CancelTransfers();
     PumpCancellations();
-    if (SelectSetting(m_context, m_device_handle, kAudioStreamingInterface, kIdleSetting) < 0) {
+    if (m_device.SelectSetting(kAudioStreamingInterface, kIdleSetting) < 0) {
         CAM_LOG(kLogDebugging, "UAC_DisableAudioStream: IF = 3, Alt = 0 Error!!");
         return -1;
     }
@@ -167,7 +186,7 @@ void CLibUSB_UacCtrl::CancelTransfers()
     const MutexGuard guard(m_event_mutex);
     for (libusb_transfer* const transfer : m_transfers) {
         if (transfer != nullptr)
-            libusb_cancel_transfer(transfer);
+            m_device.Heed(libusb_cancel_transfer(transfer));
     }
 }
 

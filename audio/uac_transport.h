@@ -7,6 +7,7 @@
 #include <libusb.h>
 #include <memory>
 
+#include "devcmd/camera_device.h"
 #include "devcmd/usb_context.h"
 #include "runtime/mutex.h"
 #include "video/frame_queue.h"
@@ -89,8 +90,10 @@ private:
     bool ReadVolumeRange();
     bool GetVolumeLimit(unsigned char request, std::atomic<std::int16_t>& limit);
     void ChooseInitialVolume();
-    bool AllocateTransfers();
     int PrepareStream();
+    bool AllocateTransfers();
+    bool AllocateParams();
+    bool AllocateRing();
     int SubmitTransfers();
     void FreeTransfers();
     void DeleteRing();
@@ -100,7 +103,6 @@ private:
     void PumpCancellations();
     void WaitForCancellations();
     bool AnyInFlight() const;
-    void CloseDevice();
 
     pMutex m_event_mutex;  ///< recursive; held around event handling, cancelling and freeing
     const int m_iso_packets;
@@ -108,9 +110,8 @@ private:
     std::atomic<std::int16_t> m_min_volume{0};
     std::atomic<std::int16_t> m_current_volume{-1};
     libusb_transfer* m_transfers[kTransfers] = {};
-    libusb_device_handle* m_device_handle = nullptr;
     UsbContext m_context;
-    libusb_device* m_device = nullptr;
+    CameraDevice m_device{m_context};
     CFrameBuf* m_fill_frame = nullptr;
     CFrameBuf* m_frames[kFrameBuffers] = {};
     CFrameBufQueue* m_ring = nullptr;  ///< written under the completion lock

@@ -64,6 +64,7 @@ private:
     void CallHost(bool ready);
     ControlContext Control();
 
+    void EnterRecording();
     void ConfigureVideoMode();
     void ConfigureSignalType();
     void ChooseVideoOption();
@@ -73,7 +74,9 @@ private:
     void StopVideoThread();
     void StopAudioThread();
     bool StartAudio();
+    bool StartAudioThread(CAudioCapture* audio);
 
+    static bool IsDelivering();
     void StampCrop(CCameraData& data);
 
     /// Created by the loader thread when the camera is ready and kept until the

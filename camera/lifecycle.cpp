@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 
 #include "camera/camera.h"
 #include "camera/debug_level.h"
@@ -66,7 +67,11 @@ void CKelVeskCamera::Init(void (*callback)(bool), int argument)
         return;
     }
     init_done_callback = callback;
-    fw_loader.Restart(this, CamInitDoneCallback, this);
+    if (!fw_loader.Restart(this, CamInitDoneCallback, this)) {
+        // Nobody will report; a host that waits for the search has to see its end.
+        CAM_STATE created = CAM_STATE_CREATED;
+        m_State.compare_exchange_strong(created, CAM_STATE_DISCONNECTED);
+    }
 }
 
 void CKelVeskCamera::CallHost(bool ready)
@@ -106,26 +111,24 @@ bool CKelVeskCamera::OpenAdapters()
     static constexpr char kFunction[] = "CamInitDoneCallback";
     const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     if (video_capturer == nullptr)
-        video_capturer = new KelUvcCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
+        video_capturer = new (std::nothrow) KelUvcCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
     if (audio_capturer == nullptr)
-        audio_capturer = new CAudioCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
+        audio_capturer = new (std::nothrow) CAudioCapture(CAM_VENDOR_ID, CAM_PRODUCT_ID);
     KelUvcCapture* const video = video_capturer;
     CAudioCapture* const audio = audio_capturer;
 
     // A recording goes on with the reopened audio stream.
     const bool audio_was_read = audio_capture_thread != nullptr;
     StopAudioThread();
-    if (audio->ConfigureDev(kAudioChannels, kAudioRate, 0)) {
+    if (audio != nullptr && audio->ConfigureDev(kAudioChannels, kAudioRate, 0)) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Succeeded to open audio streaming.\r\n");
-        if (audio_was_read) {
-            audio_capture_thread = new CAudioCaptureThread(this, audio);
-            audio_capture_thread->Start(nullptr);
-        }
+        if (audio_was_read)
+            StartAudioThread(audio);
     } else {
         CAM_LOG_AS(kFunction, kLogDebugging, "Failed to open audio streaming.\r\n");
     }
 
-    const bool ready = video->DeviceExists() && audio->DeviceExists();
+    const bool ready = video != nullptr && audio != nullptr && video->DeviceExists() && audio->DeviceExists();
     m_State = ready ? CAM_STATE_CONNECTED : CAM_STATE_DISCONNECTED;
     return ready;
 }

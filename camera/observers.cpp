@@ -1,6 +1,7 @@
 // Observers and the delivery of frames to them.
 
 #include <algorithm>
+#include <new>
 
 #include "camera/camera.h"
 #include "camera/stream_types.h"
@@ -26,7 +27,11 @@ bool Add(ObserverList& list, ICameraObserver* observer)
 {
     if (std::find(list.begin(), list.end(), observer) != list.end())
         return false;
-    list.push_back(observer);
+    try {
+        list.push_back(observer);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
     return true;
 }
 
@@ -39,13 +44,18 @@ bool Remove(ObserverList& list, ICameraObserver* observer)
     return true;
 }
 
+/// Deliveries that this thread is in.
+thread_local unsigned t_deliveries = 0;
+
 /// The last observer's result, 0 without one. By index: an observer that
 /// changes the list against the rules must not leave us with a dead iterator.
 int Deliver(const ObserverList& list, const CCameraData* data)
 {
     int result = 0;
+    ++t_deliveries;
     for (std::size_t i = 0; i < list.size(); ++i)
         result = list[i]->OnFrame(data);
+    --t_deliveries;
     return result;
 }
 
@@ -55,6 +65,12 @@ bool CarriesCrop(CAM_STREAM type)
 }
 
 }  // namespace
+
+/// The calling thread is inside an observer.
+bool CKelVeskCamera::IsDelivering()
+{
+    return t_deliveries != 0;
+}
 
 bool CKelVeskCamera::RegisterObserver(ICameraObserver* observer)
 {

@@ -1,5 +1,7 @@
 // Start and stop of recording.
 
+#include <new>
+
 #include "camera/camera.h"
 #include "camera/stream_combinations.h"
 #include "devcmd/command_frames.h"
@@ -61,8 +63,10 @@ bool CKelVeskCamera::StartRecording()
     if (m_settings.tv_platform != kPlatformFerrowB)
         ConfigureSubStream();
 
-    video_capture_thread = new CVideoCaptureThread(this, video, m_settings.tv_platform,
-                                                   m_settings.video_option_flag != 0);
+    video_capture_thread = new (std::nothrow) CVideoCaptureThread(
+        this, video, m_settings.tv_platform, m_settings.video_option_flag != 0);
+    if (video_capture_thread == nullptr)
+        return false;
     video_capture_thread->Start(nullptr);
 
     if (audio_capture_thread == nullptr && m_settings.video_option_flag != 0 && !StartAudio())
@@ -71,9 +75,18 @@ bool CKelVeskCamera::StartRecording()
     if (audio != nullptr)
         audio->SetVolume(static_cast<int>(m_settings.mic_volume));
 
-    m_State = CAM_STATE_RECORDING;
+    EnterRecording();
     TurnOnOffLED(1);
     return true;
+}
+
+/// A camera that was reported lost meanwhile stays so.
+void CKelVeskCamera::EnterRecording()
+{
+    CAM_STATE state = m_State;
+    while (state != CAM_STATE_DISCONNECTED &&
+           !m_State.compare_exchange_weak(state, CAM_STATE_RECORDING)) {
+    }
 }
 
 void CKelVeskCamera::ConfigureVideoMode()
@@ -159,10 +172,19 @@ bool CKelVeskCamera::StartAudio()
         CAM_LOG_AS(kStart, kLogDebugging, "Failed to open audio streaming.\r\n");
         return false;
     }
-    audio_capture_thread = new CAudioCaptureThread(this, audio);
-    audio_capture_thread->Start(nullptr);
+    if (!StartAudioThread(audio))
+        return false;
     CAM_LOG_AS(kStart, kLogDebugging,
                "*********** Audio Capture Thread Init finish.\r\n*************\r\n");
+    return true;
+}
+
+bool CKelVeskCamera::StartAudioThread(CAudioCapture* audio)
+{
+    audio_capture_thread = new (std::nothrow) CAudioCaptureThread(this, audio);
+    if (audio_capture_thread == nullptr)
+        return false;
+    audio_capture_thread->Start(nullptr);
     return true;
 }
 
@@ -187,6 +209,9 @@ void CKelVeskCamera::StopVideoThread()
 
 bool CKelVeskCamera::StopRecording()
 {
+    // The stop would wait for the very thread that delivers the frame.
+    if (IsDelivering())
+        return false;
     const MutexPairGuard guard(m_start_stop_preview_lock, m_video_ctrl_lock);
     CAM_LOG(kLogFatal, "CKelVeskCamera::StopRecording\r\n");
     TurnOnOffLED(0);
@@ -213,10 +238,10 @@ bool CKelVeskCamera::StopRecording()
     }
     SendTerminateFrame();
     video->UnConfigureDev();
-    if (m_State != CAM_STATE_RECORDING) {
+    CAM_STATE recording = CAM_STATE_RECORDING;
+    if (!m_State.compare_exchange_strong(recording, CAM_STATE_CONNECTED)) {
         CAM_LOG(kLogFatal, "Abnormal StopRecording.\r\n");
         return false;
     }
-    m_State = CAM_STATE_CONNECTED;
     return true;
 }

@@ -56,10 +56,7 @@ bool IsListed(const UsbContext& context, libusb_device* device)
 
 }  // namespace
 
-int SelectSetting(const UsbContext& context, libusb_device_handle* handle, int interface,
-                  int setting)
+bool MaySelectSetting(const UsbContext& context, libusb_device* device)
 {
-    if (UnlocksForAbsentDevices() && !IsListed(context, libusb_get_device(handle)))
-        return LIBUSB_ERROR_NO_DEVICE;
-    return libusb_set_interface_alt_setting(handle, interface, setting);
+    return !UnlocksForAbsentDevices() || IsListed(context, device);
 }

@@ -1,4 +1,4 @@
-// Choosing an interface's alternate setting.
+// Choosing an interface's alternate setting when the device may be gone.
 #ifndef TORVIK_DEVCMD_ALTERNATE_SETTING_H
 #define TORVIK_DEVCMD_ALTERNATE_SETTING_H
 
@@ -6,10 +6,12 @@
 
 #include "devcmd/usb_context.h"
 
-/// libusb_set_interface_alt_setting, kept from a device that has left the bus
-/// where libusb cannot bear that: some releases then give up a lock of the
-/// handle that they do not hold, and closing the handle ends the process.
-int SelectSetting(const UsbContext& context, libusb_device_handle* handle, int interface,
-                  int setting);
+/// Some releases of libusb, asked for an alternate setting of a device that has
+/// left the bus, give up a lock of the handle that they do not hold, and closing
+/// the handle then ends the process. False when this libusb is one of them and
+/// does not list `device` any more. To be asked only when something has told
+/// that the device is gone: looking through the list is no part of ordinary
+/// work.
+bool MaySelectSetting(const UsbContext& context, libusb_device* device);
 
 #endif

@@ -1,5 +1,6 @@
 #include "devcmd/camera_device.h"
 
+#include "devcmd/alternate_setting.h"
 #include "devcmd/usb_identity.h"
 #include "runtime/debug_log.h"
 
@@ -7,47 +8,71 @@ namespace {
 
 constexpr char kInit[] = "Init";
 
-libusb_device_handle* OpenByIdentity(const UsbContext& context, int vid, int pid)
-{
-    if (!context.IsReady())
-        return nullptr;
-    libusb_device_handle* handle = libusb_open_device_with_vid_pid(
-        context.Get(), static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
-    if (handle != nullptr)
-        return handle;
-    handle = libusb_open_device_with_vid_pid(context.Get(), CTRL_FALLBACK_VENDOR_ID,
-                                             CTRL_FALLBACK_PRODUCT_ID);
-    if (handle != nullptr) {
-        CAM_LOG_AS(kInit, kLogDebugging, "Found an KEL device VID=0x%X, PID=0x%X\r\n",
-                   CTRL_FALLBACK_VENDOR_ID, CTRL_FALLBACK_PRODUCT_ID);
-    }
-    return handle;
-}
-
 }  // namespace
 
-CameraDevice OpenCameraDevice(const UsbContext& context, int vid, int pid)
+bool CameraDevice::OpenByIdentity(int vid, int pid)
 {
-    libusb_device_handle* const handle = OpenByIdentity(context, vid, pid);
-    if (handle == nullptr) {
-        CAM_LOG_AS(kInit, kLogDebugging, "KEL Camera Device not found\n");
-        return {};
-    }
-    libusb_device* const device = libusb_get_device(handle);
-    int configuration = 0;
-    if (libusb_get_configuration(handle, &configuration) < 0) {
-        CAM_LOG_AS(kInit, kLogDebugging, "libusb_get_configuration Error!\n");
-        libusb_close(handle);
-        return {};
-    }
-    return {handle, device};
+    if (!m_context.IsReady())
+        return false;
+    m_handle = libusb_open_device_with_vid_pid(
+        m_context.Get(), static_cast<std::uint16_t>(vid), static_cast<std::uint16_t>(pid));
+    if (m_handle != nullptr)
+        return true;
+    m_handle = libusb_open_device_with_vid_pid(m_context.Get(), CTRL_FALLBACK_VENDOR_ID,
+                                               CTRL_FALLBACK_PRODUCT_ID);
+    if (m_handle == nullptr)
+        return false;
+    CAM_LOG_AS(kInit, kLogDebugging, "Found an KEL device VID=0x%X, PID=0x%X\r\n",
+               CTRL_FALLBACK_VENDOR_ID, CTRL_FALLBACK_PRODUCT_ID);
+    return true;
 }
 
-void DetachKernelDriver(libusb_device_handle* handle, int interface)
+bool CameraDevice::Open(int vid, int pid)
 {
-    if (libusb_kernel_driver_active(handle, interface) == 0)
+    m_said_gone = false;
+    if (!OpenByIdentity(vid, pid)) {
+        CAM_LOG_AS(kInit, kLogDebugging, "KEL Camera Device not found\n");
+        return false;
+    }
+    m_device = libusb_get_device(m_handle);
+    int configuration = 0;
+    if (Heed(libusb_get_configuration(m_handle, &configuration)) < 0) {
+        CAM_LOG_AS(kInit, kLogDebugging, "libusb_get_configuration Error!\n");
+        Close();
+        return false;
+    }
+    return true;
+}
+
+void CameraDevice::Close()
+{
+    libusb_close(m_handle);
+    m_handle = nullptr;
+    m_device = nullptr;
+}
+
+void CameraDevice::DetachKernelDriver(int interface)
+{
+    if (Heed(libusb_kernel_driver_active(m_handle, interface)) == 0)
         return;
-    const int result = libusb_detach_kernel_driver(handle, interface);
+    const int result = Heed(libusb_detach_kernel_driver(m_handle, interface));
     if (result < 0)
         CAM_LOG_AS(kInit, kLogDebugging, "libusb_detach_kernel_driver fail!(%d)\n", result);
+}
+
+int CameraDevice::Claim(int interface)
+{
+    return Heed(libusb_claim_interface(m_handle, interface));
+}
+
+void CameraDevice::Release(int interface)
+{
+    Heed(libusb_release_interface(m_handle, interface));
+}
+
+int CameraDevice::SelectSetting(int interface, int setting)
+{
+    if (m_said_gone.load(std::memory_order_relaxed) && !MaySelectSetting(m_context, m_device))
+        return LIBUSB_ERROR_NO_DEVICE;
+    return Heed(libusb_set_interface_alt_setting(m_handle, interface, setting));
 }

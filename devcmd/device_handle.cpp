@@ -1,6 +1,7 @@
 // Finding, opening and closing the controller.
 
 #include <libusb.h>
+#include <new>
 
 #include "api/device_commands.h"
 #include "devcmd/keep_loaded.h"
@@ -14,6 +15,14 @@ void FreeList(libusb_device** list, ssize_t count)
 {
     // Any non-zero second argument drops the list's references to its devices.
     libusb_free_device_list(list, static_cast<int>(count));
+}
+
+void Close(const _KelDevHandle& device)
+{
+    if (device.interface <= kLastClaimable)
+        libusb_release_interface(device.handle, device.interface);
+    libusb_close(device.handle);
+    libusb_exit(device.context);
 }
 
 /// Null when there is none; then the context is gone too.
@@ -138,8 +147,10 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
         return nullptr;  // handle, list and context stay as they are, as above
     }
 
-    auto* const opened = new _KelDevHandle{handle, context, interface};
+    auto* const opened = new (std::nothrow) _KelDevHandle{handle, context, interface};
     FreeList(list, count);
+    if (opened == nullptr)
+        Close({handle, context, interface});
     return opened;
 }
 
@@ -147,9 +158,6 @@ void CloseKelDevice(_KelDevHandle* device)
 {
     if (device == nullptr)
         return;
-    if (device->interface <= kLastClaimable)
-        libusb_release_interface(device->handle, device->interface);
-    libusb_close(device->handle);
-    libusb_exit(device->context);
+    Close(*device);
     delete device;
 }

@@ -23,7 +23,7 @@ using Image = std::vector<std::uint8_t>;
 
 constexpr std::size_t kVersionWordAt = 0x2032;
 constexpr std::size_t kUvcBlock = 32;
-constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(TORVIK_BOOTCODE_MAGIC) << 20;
+constexpr std::uint32_t kMagic = static_cast<std::uint32_t>(BOOTCODE_MAGIC) << 20;
 
 /// What arrived through the extension unit, block by block.
 Image UvcBlocks()

@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <new>
 
 /// A buffer of a frame ring. One side owns it at a time: the producer while the
 /// slot is empty, the consumer while it is lent.
@@ -14,12 +16,18 @@ public:
     /// this far past the end of a frame.
     static constexpr std::size_t kSlack = 4;
 
-    explicit CFrameBuf(std::size_t capacity) : m_data(new unsigned char[capacity + kSlack]()) {}
+    /// Memory that a device announces is not touched before it is used.
+    explicit CFrameBuf(std::size_t capacity)
+        : m_data(new (std::nothrow) unsigned char[capacity + kSlack])
+    {
+        if (m_data != nullptr)
+            std::memset(m_data + capacity, 0, kSlack);
+    }
     virtual ~CFrameBuf() { delete[] m_data; }
     CFrameBuf(const CFrameBuf&) = delete;
     CFrameBuf& operator=(const CFrameBuf&) = delete;
 
-    unsigned char* Data() { return m_data; }
+    unsigned char* Data() { return m_data; }  ///< null when there was no memory for it
 
     std::uint32_t size = 0;  ///< valid bytes, set when the frame is complete
 

@@ -52,6 +52,13 @@ void CFrameBufQueue::WaitForRoom(int timeoutMs)
         WaitOnEvent(timeoutMs);
 }
 
+void CFrameBufQueue::WakeOverdueConsumer()
+{
+    const std::uint32_t deadline = m_consumer_deadline.load(std::memory_order_relaxed);
+    if (deadline != 0 && Deadline::HasPassed(deadline))
+        m_event.Trigger(m_mutex);
+}
+
 void CFrameBufQueue::WakeProducer()
 {
     const MutexGuard guard(m_mutex);
@@ -64,10 +71,12 @@ CFrameBuf* CFrameBufQueue::Peek()
     const MutexGuard guard(m_mutex);
     if (m_count == 0 && !m_closed) {
         const Deadline deadline(kConsumerWaitMs);
+        m_consumer_deadline = deadline.Stamp();
         int left = kConsumerWaitMs;
         // A condition variable may wake for no reason.
         while (m_count == 0 && !m_closed && left > 0 && WaitOnEvent(left))
             left = deadline.LeftMs();
+        m_consumer_deadline = 0;
     }
     return m_count == 0 ? nullptr : m_buffers[m_read_index];
 }

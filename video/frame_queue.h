@@ -3,6 +3,7 @@
 #define TORVIK_VIDEO_FRAME_QUEUE_H
 
 #include <atomic>
+#include <cstdint>
 
 #include "runtime/mutex.h"
 #include "runtime/sync_event.h"
@@ -29,6 +30,9 @@ public:
     CFrameBuf* Acquire(const std::atomic<int>* interrupt = nullptr);
     /// Producer: sleeps up to `timeoutMs` while the ring is full and open.
     void WaitForRoom(int timeoutMs);
+    /// Producer: wakes a consumer whose 500 ms are over. The consumer sleeps until
+    /// a time of the wall clock, which somebody may have set back.
+    void WakeOverdueConsumer();
     /// Wakes a producer that sleeps in Acquire, so that it looks at its
     /// interrupt flag.
     void WakeProducer();
@@ -60,6 +64,9 @@ public:
 private:
     int Next(int index) const { return index < m_capacity - 1 ? index + 1 : 0; }
     bool WaitOnEvent(int timeoutMs);
+
+    /// Of the consumer that sleeps, see Deadline::Stamp; 0 when none does.
+    std::atomic<std::uint32_t> m_consumer_deadline{0};
 
     // Guarded by m_mutex, but for the constants.
     CFrameBuf** const m_buffers;

@@ -1,5 +1,7 @@
 #include "video/media_sample.h"
 
+#include <new>
+
 MediaSample::~MediaSample()
 {
     Free();
@@ -15,8 +17,8 @@ int MediaSample::AllocBuffer(unsigned int size, unsigned char* external)
 {
     Free();
     m_external = external != nullptr;
-    m_buffer = external != nullptr ? external : new unsigned char[size];
-    m_buffer_size = size;
+    m_buffer = external != nullptr ? external : new (std::nothrow) unsigned char[size];
+    m_buffer_size = m_buffer != nullptr ? size : 0;
     m_sample_size = 0;
     return 1;
 }

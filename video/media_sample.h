@@ -14,7 +14,7 @@ public:
     MediaSample& operator=(const MediaSample&) = delete;
 
     /// Replaces the buffer: by a new one of `size` bytes, or by `external`,
-    /// which stays the caller's. Always 1.
+    /// which stays the caller's. Always 1; without memory there is no buffer.
     int AllocBuffer(unsigned int size, unsigned char* external);
     /// Valid bytes, not checked against the capacity. 1, or 0 without a buffer.
     int SetSampleSize(unsigned int size);

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "video/uvc_transport.h"
 
@@ -13,7 +14,9 @@ struct CLibUSB_UvcCtrl::TransferCbParam {
     static constexpr std::size_t kExtraBytes = 512;
 
     TransferCbParam(CLibUSB_UvcCtrl* transport, std::uint8_t slot, std::size_t payload_size)
-        : owner(transport), index(slot), payload(new unsigned char[payload_size + kExtraBytes])
+        : owner(transport),
+          index(slot),
+          payload(new (std::nothrow) unsigned char[payload_size + kExtraBytes])
     {
     }
     virtual ~TransferCbParam() { delete[] payload; }
@@ -23,7 +26,7 @@ struct CLibUSB_UvcCtrl::TransferCbParam {
     /// Null for a transfer that was given up while in flight.
     std::atomic<CLibUSB_UvcCtrl*> owner;
     std::uint8_t index;
-    unsigned char* payload;
+    unsigned char* payload;  ///< null when there was no memory for it
     std::uint32_t reserved = 0;
 };
 

@@ -62,14 +62,14 @@ int CLibUSB_UvcCtrl::UVC_query_ctrl(unsigned char request, unsigned char unit,
                                     unsigned char interface, unsigned char selector, void* data,
                                     unsigned short length, unsigned int timeout)
 {
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
     const ControlRequestScope scope(*this);
-    const int result = libusb_control_transfer_(
-        m_device_handle, static_cast<unsigned char>((request & kDirectionIn) | kClassInterface),
+    const int result = m_device.Heed(libusb_control_transfer_(
+        m_device.Handle(), static_cast<unsigned char>((request & kDirectionIn) | kClassInterface),
         request, static_cast<unsigned short>(selector << 8),
         static_cast<unsigned short>(unit << 8 | interface), static_cast<unsigned char*>(data),
-        length, timeout);
+        length, timeout));
     return result < 0 ? kCamUnsupported : result;
 }
 

@@ -1,7 +1,5 @@
 // Opening and closing of the video function.
 
-#include "devcmd/alternate_setting.h"
-#include "devcmd/camera_device.h"
 #include "runtime/debug_log.h"
 #include "video/transfer_param.h"
 #include "video/uvc_constants.h"
@@ -12,11 +10,11 @@ CLibUSB_UvcCtrl::CLibUSB_UvcCtrl() = default;
 CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
 {
     CAM_LOG(kLogDebugging, "LibUSB_UvcCtrl::~CLibUSB_UvcCtrl()\r\n");
-    if (m_device_handle != nullptr) {
+    if (m_device.IsOpen()) {
         PumpCancellations();
-        libusb_release_interface(m_device_handle, kVideoStreamingInterface);
-        libusb_release_interface(m_device_handle, kVideoControlInterface);
-        CloseDevice();
+        m_device.Release(kVideoStreamingInterface);
+        m_device.Release(kVideoControlInterface);
+        m_device.Close();
     }
     for (unsigned i = 0; i < kTransfers; ++i) {
         if (m_transfers[i] == nullptr)
@@ -28,8 +26,7 @@ CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
             continue;
         }
         CAM_LOG(kLogDebugging, "CLibUSB_UvcCtrl free transfer \r\n");
-        delete static_cast<TransferCbParam*>(m_transfers[i]->user_data);
-        libusb_free_transfer(m_transfers[i]);
+        FreeTransfer(i);
     }
     m_write_locker.reset();
     delete m_frame_queue;
@@ -37,35 +34,26 @@ CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
     m_context.Exit();
 }
 
-void CLibUSB_UvcCtrl::CloseDevice()
-{
-    libusb_close(m_device_handle);
-    m_device_handle = nullptr;
-}
-
 int CLibUSB_UvcCtrl::Init(int vid, int pid)
 {
-    const CameraDevice camera = OpenCameraDevice(m_context, vid, pid);
-    if (camera.handle == nullptr)
+    if (!m_device.Open(vid, pid))
         return -1;
-    m_device_handle = camera.handle;
-    m_device = camera.device;
-    DetachKernelDriver(m_device_handle, kVideoStreamingInterface);
-    DetachKernelDriver(m_device_handle, kVideoControlInterface);
+    m_device.DetachKernelDriver(kVideoStreamingInterface);
+    m_device.DetachKernelDriver(kVideoControlInterface);
 
-    int result = libusb_claim_interface(m_device_handle, kVideoStreamingInterface);
+    int result = m_device.Claim(kVideoStreamingInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (VideoStreaming) fail!(%d)\n", result);
-        CloseDevice();
+        m_device.Close();
         return -1;
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (VideoStreaming) ok!\n");
 
-    result = libusb_claim_interface(m_device_handle, kVideoControlInterface);
+    result = m_device.Claim(kVideoControlInterface);
     if (result < 0) {
         CAM_LOG(kLogDebugging, "libusb_claim_interface (VideoControl) fail!(%d)\n", result);
-        libusb_release_interface(m_device_handle, kVideoStreamingInterface);
-        CloseDevice();
+        m_device.Release(kVideoStreamingInterface);
+        m_device.Close();
         return -1;
     }
     CAM_LOG(kLogDebugging, "libusb_claim_interface (VideoControl) ok!\n");
@@ -80,5 +68,5 @@ int CLibUSB_UvcCtrl::Init(int vid, int pid)
 
 int CLibUSB_UvcCtrl::SelectIdleSetting()
 {
-    return SelectSetting(m_context, m_device_handle, kVideoStreamingInterface, 0);
+    return m_device.SelectSetting(kVideoStreamingInterface, 0);
 }

@@ -44,6 +44,7 @@ void CLibUSB_UvcCtrl::handle_libusb_event()
     {
         const MutexGuard guard(m_transfer_lock);
         m_event_pass_thread.store(pthread_self(), std::memory_order_relaxed);
+        m_pass_brought_payloads = false;
         if (!m_context.IsReady()) {
             SleepMilliseconds(kEventSliceMs);
         } else if (TakeParkedTransfers()) {
@@ -56,6 +57,7 @@ void CLibUSB_UvcCtrl::handle_libusb_event()
             m_frame_queue->WaitForRoom(kEventSliceMs);
         }
         m_event_pass_thread.store(pthread_t(), std::memory_order_relaxed);
+        WakeOverdueConsumer();
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)
@@ -69,6 +71,8 @@ void LIBUSB_CALL CLibUSB_UvcCtrl::callback(libusb_transfer* transfer)
         return;
     CLibUSB_UvcCtrl* const owner = param->owner;
     if (owner != nullptr) {
+        if (transfer->status == LIBUSB_TRANSFER_NO_DEVICE)
+            owner->m_device.HeedLoss();
         owner->OnCompletion(transfer, param->index);
     } else {
         // Given up by its stream; this was its last completion.
@@ -91,6 +95,7 @@ void CLibUSB_UvcCtrl::OnCompletion(libusb_transfer* transfer, unsigned index)
         return;
     }
 
+    m_pass_brought_payloads = true;
     m_in_flight[index].store(false, std::memory_order_release);
     if (m_frame_queue == nullptr)
         return;
@@ -109,6 +114,17 @@ void CLibUSB_UvcCtrl::WakeForParked()
 {
     if (!m_parked.IsEmpty() && libusb_interrupt_event_handler != nullptr)
         libusb_interrupt_event_handler(m_context.Get());
+}
+
+/// Event thread, after each pass. While payloads arrive their frames wake the
+/// consumer, so that a look now and then will do.
+void CLibUSB_UvcCtrl::WakeOverdueConsumer()
+{
+    constexpr unsigned kBusyPassesPerLook = 8;
+    if (m_pass_brought_payloads && ++m_busy_passes % kBusyPassesPerLook != 0)
+        return;
+    if (m_frame_queue != nullptr)
+        m_frame_queue->WakeOverdueConsumer();
 }
 
 /// Event thread: takes up what was parked. False when the first of them has to
@@ -261,7 +277,10 @@ bool CLibUSB_UvcCtrl::AppendPayload(const unsigned char* data, unsigned length)
                    static_cast<int>(new_length));
         return false;
     }
-    std::memcpy(m_write_locker->Frame()->Data() + m_filled, data, length);
+    unsigned char* const end = m_write_locker->Frame()->Data() + m_filled;
+    std::memcpy(end, data, length);
+    // A scan for start codes may look past the frame's end.
+    std::memset(end + length, 0, CFrameBuf::kSlack);
     m_filled = static_cast<int>(new_length);
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 #include "devcmd/command_frames.h"
 #include "runtime/deadline.h"
@@ -71,7 +72,7 @@ int CLibUSB_UvcCtrl::UVC_EnableVideoStream(int formatId, int frameId, int fps)
         UVC_DisableVideoStream();
     m_format_id = formatId;
     m_frame_id = frameId;
-    if (m_device_handle == nullptr)
+    if (!m_device.IsOpen())
         return -1;
 
     CAM_LOG(kLogDebugging, "UVC_EnableVideoStream start video FormatID:%d FrameID:%d\r\n",
@@ -79,7 +80,7 @@ int CLibUSB_UvcCtrl::UVC_EnableVideoStream(int formatId, int frameId, int fps)
     StreamProbe answer = {};
     if (Negotiate(formatId, frameId, fps, answer.data()) < 0)
         return -1;
-    if (libusb_get_max_packet_size(m_device, kVideoEndpoint) < 1) {
+    if (libusb_get_max_packet_size(m_device.Device(), kVideoEndpoint) < 1) {
         CAM_LOG(kLogDebugging, "libusb_get_max_packet_size Fail");
         return -1;
     }
@@ -89,69 +90,106 @@ int CLibUSB_UvcCtrl::UVC_EnableVideoStream(int formatId, int frameId, int fps)
     const std::uint32_t payload_size = MaxPayloadTransferSize(answer);
     const std::uint64_t frame_size =
         static_cast<std::uint64_t>(MaxVideoFrameSize(answer)) + payload_size;
-    m_max_frame_size = static_cast<std::uint32_t>(frame_size);
-    m_filled = 0;
-    CAM_LOG(kLogDebugging, "Max Frame Size = %d\n", static_cast<int>(m_max_frame_size));
-    m_max_payload_size = payload_size;
+    CAM_LOG(kLogDebugging, "Max Frame Size = %d\n", static_cast<int>(frame_size));
     CAM_LOG(kLogDebugging, "Max Payload Transfer Size = %d\n", static_cast<int>(payload_size));
     if (payload_size == 0 || payload_size > kMaxPayloadSize || frame_size > kMaxFrameSize)
         return -1;
 
     const MutexGuard guard(m_transfer_lock);
     FreeLeftTransfers();
-    AllocateFrames();
-    const int result = StartTransfers();
+    m_max_frame_size = static_cast<std::uint32_t>(frame_size);
+    m_max_payload_size = payload_size;
+    if (!AllocateStream())
+        return -1;
+    const int result = SubmitTransfers();
     m_streaming = true;
     return result;
 }
 
-void CLibUSB_UvcCtrl::AllocateFrames()
+/// Buffers, ring and transfers of a stream; all of them or nothing.
+bool CLibUSB_UvcCtrl::AllocateStream()
 {
-    for (CFrameBuf*& frame : m_frames)
-        frame = new CFrameBuf(m_max_frame_size);
-    auto* const queue = new CFrameBufQueue(m_frames, kFrameBuffers);
-    m_write_locker = std::make_unique<CFrameBufferLocker>(queue);
-    m_awaiting_buffer = false;
-    const CamMutexGuard guard(m_park_lock);
-    m_frame_queue = queue;
+    if (AllocateFrames() && AllocateTransfers())
+        return true;
+    for (unsigned i = 0; i < kTransfers; ++i)
+        FreeTransfer(i);
+    DeleteRing();
+    DeleteFrames();
+    return false;
 }
 
-int CLibUSB_UvcCtrl::StartTransfers()
+bool CLibUSB_UvcCtrl::AllocateFrames()
+{
+    for (CFrameBuf*& frame : m_frames) {
+        frame = new (std::nothrow) CFrameBuf(m_max_frame_size);
+        if (frame == nullptr || frame->Data() == nullptr)
+            return false;
+    }
+    std::unique_ptr<CFrameBufQueue> queue(new (std::nothrow)
+                                              CFrameBufQueue(m_frames, kFrameBuffers));
+    if (queue == nullptr)
+        return false;
+    m_write_locker.reset(new (std::nothrow) CFrameBufferLocker(queue.get()));
+    if (m_write_locker == nullptr)
+        return false;
+    m_filled = 0;
+    m_awaiting_buffer = false;
+    const CamMutexGuard guard(m_park_lock);
+    m_frame_queue = queue.release();
+    return true;
+}
+
+bool CLibUSB_UvcCtrl::AllocateTransfers()
 {
     for (unsigned i = 0; i < kTransfers; ++i) {
-        auto* const param =
-            new TransferCbParam(this, static_cast<std::uint8_t>(i), m_max_payload_size);
+        std::unique_ptr<TransferCbParam> param(
+            new (std::nothrow)
+                TransferCbParam(this, static_cast<std::uint8_t>(i), m_max_payload_size));
+        if (param == nullptr || param->payload == nullptr)
+            return false;
         m_transfers[i] = libusb_alloc_transfer(0);
-        if (m_transfers[i] == nullptr) {
-            delete param;
-            continue;
-        }
-        libusb_fill_bulk_transfer(m_transfers[i], m_device_handle, kVideoEndpoint, param->payload,
-                                  static_cast<int>(m_max_payload_size), callback, param,
-                                  kBulkTimeoutMs);
+        if (m_transfers[i] == nullptr)
+            return false;
+        libusb_fill_bulk_transfer(m_transfers[i], m_device.Handle(), kVideoEndpoint,
+                                  param->payload, static_cast<int>(m_max_payload_size), callback,
+                                  param.get(), kBulkTimeoutMs);
+        static_cast<void>(param.release());  // the transfer's
     }
+    return true;
+}
+
+int CLibUSB_UvcCtrl::SubmitTransfers()
+{
     int result = 0;
     for (unsigned i = 0; i < kTransfers; ++i) {
-        result = m_transfers[i] != nullptr ? Submit(m_transfers[i], i) : LIBUSB_ERROR_NO_MEM;
+        result = Submit(m_transfers[i], i);
         if (result >= 0)
             continue;
         // The number is that of the transfers, whichever failed.
         CAM_LOG_AS("UVC_EnableVideoStream", kLogDebugging,
                    "libusb_submit_transfer error: Video %d\n", static_cast<int>(kTransfers));
-        if (m_transfers[i] == nullptr)
-            continue;
-        delete static_cast<TransferCbParam*>(m_transfers[i]->user_data);
-        libusb_free_transfer(m_transfers[i]);
-        m_transfers[i] = nullptr;
+        FreeTransfer(i);
     }
     return result;
+}
+
+/// Frees a transfer that is not in flight, with its payload; nothing in an
+/// empty slot.
+void CLibUSB_UvcCtrl::FreeTransfer(unsigned index)
+{
+    if (m_transfers[index] == nullptr)
+        return;
+    delete static_cast<TransferCbParam*>(m_transfers[index]->user_data);
+    m_transfers[index]->user_data = nullptr;
+    libusb_free_transfer(m_transfers[index]);
+    m_transfers[index] = nullptr;
 }
 
 int CLibUSB_UvcCtrl::Submit(libusb_transfer* transfer, unsigned index)
 {
     // Set first: the completion may run on another thread before submit returns.
     m_in_flight[index].store(true, std::memory_order_release);
-    const int result = libusb_submit_transfer(transfer);
+    const int result = m_device.Heed(libusb_submit_transfer(transfer));
     if (result < 0)
         m_in_flight[index].store(false, std::memory_order_release);
     return result;
@@ -161,21 +199,20 @@ void CLibUSB_UvcCtrl::FreeLeftTransfers()
 {
     for (unsigned i = 0; i < kTransfers; ++i) {
         if (m_transfers[i] != nullptr && m_in_flight[i])
-            libusb_cancel_transfer(m_transfers[i]);
+            m_device.Heed(libusb_cancel_transfer(m_transfers[i]));
     }
     PumpCancellations();
     for (unsigned i = 0; i < kTransfers; ++i) {
         if (m_transfers[i] == nullptr)
             continue;
-        auto* const param = static_cast<TransferCbParam*>(m_transfers[i]->user_data);
         if (m_in_flight[i]) {
-            param->owner = nullptr;  // given up; a late completion frees it
+            // Given up; a late completion frees it.
+            static_cast<TransferCbParam*>(m_transfers[i]->user_data)->owner = nullptr;
+            m_transfers[i] = nullptr;
             m_in_flight[i] = false;
         } else {
-            delete param;
-            libusb_free_transfer(m_transfers[i]);
+            FreeTransfer(i);
         }
-        m_transfers[i] = nullptr;
     }
 }
 
@@ -188,18 +225,7 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
         m_frame_queue->Close();
     {
         const MutexGuard guard(m_transfer_lock);
-        m_write_locker.reset();
-        CFrameBufQueue* const queue = m_frame_queue;
-        {
-            const CamMutexGuard park_guard(m_park_lock);
-            m_frame_queue = nullptr;
-            m_parked.Clear();  // they have completed; nobody wants their data now
-        }
-        if (queue != nullptr) {
-            queue->Close();
-            queue->DrainWaiters();
-            delete queue;
-        }
+        DeleteRing();
         DeleteFrames();
     }
 
@@ -209,7 +235,7 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
     WaitForCancellations();
 
     int result = -1;
-    if (m_device_handle != nullptr)
+    if (m_device.IsOpen())
         result = SelectIdleSetting();
     if (result < 0)
         CAM_LOG(kLogDebugging, "UAC_DisableVideoStream: IF = 1, Alt = 0 Error!!");
@@ -221,10 +247,7 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
                 continue;
             CAM_LOG(kLogDebugging,
                     "CLibUSB_UvcCtrl::UVC_DisableVideoStream free bulk transfer \r\n");
-            delete static_cast<TransferCbParam*>(m_transfers[i]->user_data);
-            m_transfers[i]->user_data = nullptr;
-            libusb_free_transfer(m_transfers[i]);
-            m_transfers[i] = nullptr;
+            FreeTransfer(i);
         }
     }
     CAM_LOG(kLogDebugging, "UVC_DisableVideoStream finish.\r\n");
@@ -242,7 +265,7 @@ void CLibUSB_UvcCtrl::CancelTransfers()
             CAM_LOG_AS("UVC_DisableVideoStream", kLogDebugging,
                        "UVC_DisableVideoStream:: cancel bulk transfer. %d\r\n",
                        static_cast<int>(i));
-            libusb_cancel_transfer(m_transfers[i]);
+            m_device.Heed(libusb_cancel_transfer(m_transfers[i]));
         }
     }
     CAM_LOG_AS("UVC_DisableVideoStream", kLogDebugging, "Video lock -\r\n");
@@ -273,6 +296,23 @@ bool CLibUSB_UvcCtrl::AnyInFlight() const
 {
     return std::any_of(std::begin(m_in_flight), std::end(m_in_flight),
                        [](const std::atomic<bool>& in_flight) { return in_flight.load(); });
+}
+
+/// Under the transfer lock, which the ring's producer holds.
+void CLibUSB_UvcCtrl::DeleteRing()
+{
+    m_write_locker.reset();
+    CFrameBufQueue* const queue = m_frame_queue;
+    {
+        const CamMutexGuard guard(m_park_lock);
+        m_frame_queue = nullptr;
+        m_parked.Clear();  // they have completed; nobody wants their data now
+    }
+    if (queue == nullptr)
+        return;
+    queue->Close();
+    queue->DrainWaiters();
+    delete queue;
 }
 
 void CLibUSB_UvcCtrl::DeleteFrames()

@@ -8,6 +8,7 @@
 #include <memory>
 #include <pthread.h>
 
+#include "devcmd/camera_device.h"
 #include "devcmd/usb_context.h"
 #include "runtime/mutex.h"
 #include "video/frame_locker.h"
@@ -81,10 +82,11 @@ public:
 
 protected:
     static constexpr unsigned kTransfers = 3;
+    static_assert(kTransfers <= ParkedTransfers::kCapacity, "each of them may be parked");
     static constexpr int kFrameBuffers = 5;
 
     bool IsStreaming() const { return m_streaming; }
-    libusb_device_handle* DeviceHandle() const { return m_device_handle; }
+    bool IsOpen() const { return m_device.IsOpen(); }
     /// Setting 0 of the streaming interface; libusb's result.
     int SelectIdleSetting();
     /// Tells teardown whether cancelled transfers complete on an event thread.
@@ -102,32 +104,35 @@ private:
     bool AppendPayload(const unsigned char* data, unsigned length);
     bool TakeParkedTransfers();
     void WakeForParked();
+    void WakeOverdueConsumer();
     bool OnEventThread() const;
     void Resubmit(libusb_transfer* transfer);
     int Submit(libusb_transfer* transfer, unsigned index);
 
     int Negotiate(int formatId, int frameId, int fps, unsigned char* answer);
-    void AllocateFrames();
-    int StartTransfers();
+    bool AllocateStream();
+    bool AllocateFrames();
+    bool AllocateTransfers();
+    int SubmitTransfers();
+    void FreeTransfer(unsigned index);
     void FreeLeftTransfers();
+    void DeleteRing();
     void DeleteFrames();
     void CancelTransfers();
     void PumpCancellations();
     void WaitForCancellations();
     bool AnyInFlight() const;
-    void CloseDevice();
 
-    /// Recursive; held around event handling and every change of the transfers
-    /// and the buffers.
+    /// Recursive; held around event handling and every change of the transfers,
+    /// the buffers and their sizes.
     pMutex m_transfer_lock;
     std::uint32_t m_max_frame_size = 0;    ///< bytes of each frame buffer
     std::uint32_t m_max_payload_size = 0;  ///< bytes of each bulk transfer
     int m_format_id = 0;
     int m_frame_id = 0;
     libusb_transfer* m_transfers[kTransfers] = {};  ///< null where there is none
-    libusb_device_handle* m_device_handle = nullptr;
     UsbContext m_context;
-    libusb_device* m_device = nullptr;
+    CameraDevice m_device{m_context};
     int m_filled = 0;  ///< bytes of the frame in progress
     CFrameBuf* m_frames[kFrameBuffers] = {};
     /// Written under both the transfer lock and the park lock.
@@ -138,6 +143,9 @@ private:
     std::unique_ptr<CFrameBufferLocker> m_write_locker;
     /// The payload in hand has closed its frame and still needs a buffer.
     bool m_awaiting_buffer = false;
+    // Event thread only.
+    bool m_pass_brought_payloads = false;
+    unsigned m_busy_passes = 0;
 
     /// Submitted and not completed yet, per slot.
     std::atomic<bool> m_in_flight[kTransfers] = {};
