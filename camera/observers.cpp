@@ -123,7 +123,7 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
     }
     const MutexGuard guard(m_observer_lock);
     if (type == CAM_STREAM_JPEG) {
-        if (m_settings.send_jpeg.exchange(0) == 0)
+        if (m_settings.m_send_jpeg.exchange(0) == 0)
             return 1;
         CAM_LOG(kLogDebugging, "Send a JPEG to AP.\r\n");
     }
@@ -145,8 +145,8 @@ void CKelVeskCamera::StampCrop(CCameraData& data)
         return;
     }
     if (m_crop_flag != data.crop_flag) {
-        m_crop_x = m_settings.pending_crop_x;
-        m_crop_y = m_settings.pending_crop_y;
+        m_crop_x = m_settings.m_pending_crop_x;
+        m_crop_y = m_settings.m_pending_crop_y;
         m_crop_flag = static_cast<std::uint16_t>(data.crop_flag);
         CAM_LOG_AS(kFunction, kLogInfo, "Croped image, PosX=%d, PosY=%d, Flag=%d\r\n", m_crop_x,
                    m_crop_y, m_crop_flag);

@@ -3,10 +3,10 @@
 #include "runtime/debug_log.h"
 
 CAudioCapture::CAudioCapture(std::uint16_t vendorId, std::uint16_t productId)
-    : m_vendor_id(vendorId), m_product_id(productId)
+    : m_product_id(productId), m_vendor_id(vendorId)
 {
-    m_device_exists = m_transport.Init(m_vendor_id, m_product_id) >= 0;
-    if (!m_device_exists)
+    deviceExists = m_transport.Init(m_vendor_id, m_product_id) >= 0;
+    if (!deviceExists)
         CAM_LOG(kLogDebugging, "CAudioCapture:: Device not exist.\r\n");
 }
 
@@ -14,26 +14,26 @@ CAudioCapture::~CAudioCapture()
 {
     CAM_LOG(kLogDebugging, "CAudioCapture::~CAudioCapture+\r\n");
     m_transport.DisableStream();
-    m_streaming = false;
+    streaming = false;
     CAM_LOG(kLogDebugging, "CAudioCapture::~CAudioCapture-\r\n");
 }
 
 bool CAudioCapture::ConfigureDev(unsigned char, unsigned int samplingRate, unsigned int)
 {
-    if (m_streaming)
+    if (streaming)
         UnConfigureDev();
     if (m_transport.EnableStream(static_cast<int>(samplingRate)) < 0) {
         CAM_LOG(kLogDebugging, "Failed to start streaming.\r\n");
         return false;
     }
-    m_streaming = true;
+    streaming = true;
     return true;
 }
 
 int CAudioCapture::UnConfigureDev()
 {
     const int result = m_transport.DisableStream();
-    m_streaming = false;
+    streaming = false;
     return result;
 }
 

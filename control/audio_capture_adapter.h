@@ -27,14 +27,14 @@ public:
 
     virtual int SetSamplingRate(int rate);
 
-    bool DeviceExists() const { return m_device_exists; }
+    bool DeviceExists() const { return deviceExists; }
 
 private:
     CKEL_AUDIO_LIB m_transport;
-    std::atomic<bool> m_streaming{false};
-    bool m_device_exists = false;
-    const std::uint16_t m_vendor_id;
+    std::atomic<bool> streaming{false};
+    bool deviceExists = false;
     const std::uint16_t m_product_id;
+    const std::uint16_t m_vendor_id;
 };
 
 #endif

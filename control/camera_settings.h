@@ -33,13 +33,13 @@ struct CameraSettings {
     std::int32_t recorded[kRecordedProperties] = {};
 
     // The crop position asked for; guarded by m_observer_lock.
-    std::uint16_t pending_crop_x = 0;
-    std::uint16_t pending_crop_y = 0;
+    std::uint16_t m_pending_crop_x = 0;
+    std::uint16_t m_pending_crop_y = 0;
 
     /// Last format asked for; unguarded.
     std::atomic<CAM_STR_FORMAT> stream_format{CAM_STR_FORMAT_H264};
     /// One-shot still request; cleared by the video capture thread.
-    std::atomic<std::uint8_t> send_jpeg{0};
+    std::atomic<std::uint8_t> m_send_jpeg{0};
 };
 
 #endif

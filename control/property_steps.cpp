@@ -44,8 +44,8 @@ int PtzUnits(std::int32_t steps)
 void SetPendingCrop(const ControlContext& context, const CAM_PROP_VALUE& value)
 {
     const MutexGuard guard(m_observer_lock);
-    context.settings.pending_crop_x = LowHalf(value.value);
-    context.settings.pending_crop_y = HighHalf(value.value);
+    context.settings.m_pending_crop_x = LowHalf(value.value);
+    context.settings.m_pending_crop_y = HighHalf(value.value);
     context.settings.crop_size = static_cast<std::uint32_t>(value.res[0]);
 }
 
@@ -228,7 +228,7 @@ Verdict PrepareCropGray(const ControlContext& context, unsigned, const CAM_PROP_
 Verdict PrepareTriggerJpeg(const ControlContext& context, unsigned, const CAM_PROP_VALUE&)
 {
     CAM_LOG_AS(kFunction, kLogDebugging, "TRIGGER_JPEG:\r\n");
-    context.settings.send_jpeg = 1;
+    context.settings.m_send_jpeg = 1;
     return context.settings.use_signal_type == 1 ? Verdict::kApply : Verdict::kSucceed;
 }
 

@@ -36,15 +36,15 @@ int FrameIndexOf(unsigned width, unsigned height)
 KelUvcCapture::KelUvcCapture(std::uint16_t vendorId, std::uint16_t productId)
     : m_product_id(productId), m_vendor_id(vendorId)
 {
-    m_device_exists = m_transport.Init(m_vendor_id, m_product_id) >= 0;
-    if (!m_device_exists)
+    deviceExists = m_transport.Init(m_vendor_id, m_product_id) >= 0;
+    if (!deviceExists)
         CAM_LOG(kLogDebugging, "KelUvcCapture:: Device not exist.\r\n");
 }
 
 KelUvcCapture::~KelUvcCapture()
 {
     m_transport.DisableStream();
-    m_streaming = false;
+    streaming = false;
 }
 
 bool KelUvcCapture::ConfigureDev(unsigned int width, unsigned int height, unsigned int format,
@@ -59,14 +59,14 @@ bool KelUvcCapture::ConfigureDev(unsigned int width, unsigned int height, unsign
         CAM_LOG(kLogDebugging, "Failed to start streaming.\r\n");
         return false;
     }
-    m_streaming = true;
+    streaming = true;
     return true;
 }
 
 int KelUvcCapture::UnConfigureDev()
 {
     const int result = m_transport.DisableStream();
-    m_streaming = false;
+    streaming = false;
     return result;
 }
 
@@ -77,7 +77,7 @@ int KelUvcCapture::CaptureFrame(unsigned char*, unsigned int)
 
 int KelUvcCapture::CaptureFrame(MediaSample& sample)
 {
-    if (!m_streaming)
+    if (!streaming)
         return 0;
     const unsigned read = m_transport.ReadFrame(sample.GetBuffer(), sample.GetBufferSize());
     sample.SetSampleSize(read);

@@ -39,12 +39,12 @@ public:
     virtual int KelCommandSend(unsigned char selector, unsigned char* data, unsigned char length);
     virtual int KelCommandGet(unsigned char selector, unsigned char* data, unsigned char length);
 
-    bool DeviceExists() const { return m_device_exists; }
+    bool DeviceExists() const { return deviceExists; }
 
 private:
     CKEL_CAM_LIB m_transport;
-    std::atomic<bool> m_streaming{false};
-    bool m_device_exists = false;
+    std::atomic<bool> streaming{false};
+    bool deviceExists = false;
     const std::uint16_t m_product_id;
     const std::uint16_t m_vendor_id;
     std::uint32_t m_width = 0;

@@ -345,12 +345,12 @@ TEST_F(PropertySetting, CropPositionIsPendingWithSizeInTheSecondOperand)
 {
     EXPECT_TRUE(Set(20, 0x00200010, 0x00F00140));
     EXPECT_TRUE(Line("CAM_PROPERTY_CROP_VGA, x=16, y=32, w=320, h=240\r\n"));
-    EXPECT_EQ(m_settings.pending_crop_x, 16);
-    EXPECT_EQ(m_settings.pending_crop_y, 32);
+    EXPECT_EQ(m_settings.m_pending_crop_x, 16);
+    EXPECT_EQ(m_settings.m_pending_crop_y, 32);
     EXPECT_TRUE(Set(66, 0x00040003, 0x00060005));
     EXPECT_TRUE(Line("CAM_PROPERTY_CROP_GRAY, x=3, y=4, w=5, h=6\r\n"));
-    EXPECT_EQ(m_settings.pending_crop_x, 3);
-    EXPECT_EQ(m_settings.pending_crop_y, 4);
+    EXPECT_EQ(m_settings.m_pending_crop_x, 3);
+    EXPECT_EQ(m_settings.m_pending_crop_y, 4);
     EXPECT_EQ(Requests(), 0u);
 }
 
@@ -359,7 +359,7 @@ TEST_F(PropertySetting, JpegIsTriggeredWithoutTrafficInVideoMode)
     m_state = CAM_STATE_DISCONNECTED;
     EXPECT_TRUE(Set(21, 0));
     EXPECT_TRUE(Line("TRIGGER_JPEG:\r\n"));
-    EXPECT_EQ(m_settings.send_jpeg, 1);
+    EXPECT_EQ(m_settings.m_send_jpeg, 1);
     EXPECT_EQ(Requests(), 0u);
 }
 
@@ -368,7 +368,7 @@ TEST_F(PropertySetting, JpegIsAskedOfTheControllerInSignalTypeMode)
     m_settings.use_signal_type = 1;
     EXPECT_TRUE(Set(21, 0));
     EXPECT_THAT(Commands(14), ElementsAre(Frame({3}, 16)));
-    EXPECT_EQ(m_settings.send_jpeg, 1);
+    EXPECT_EQ(m_settings.m_send_jpeg, 1);
 }
 
 TEST_F(PropertySetting, UnreachableJpegFailsButTheRequestStays)
@@ -377,7 +377,7 @@ TEST_F(PropertySetting, UnreachableJpegFailsButTheRequestStays)
     m_state = CAM_STATE_DISCONNECTED;
     EXPECT_FALSE(Set(21, 0));
     EXPECT_TRUE(Unreachable());
-    EXPECT_EQ(m_settings.send_jpeg, 1);
+    EXPECT_EQ(m_settings.m_send_jpeg, 1);
 }
 
 TEST_F(PropertySetting, RefusedJpegCommandFails)
