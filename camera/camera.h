@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <pthread.h>
 #include <vector>
 
 #include "api/camera_subject.h"
@@ -76,7 +77,7 @@ private:
     bool StartAudio();
     bool StartAudioThread(CAudioCapture* audio);
 
-    static bool IsDelivering();
+    bool IsDelivering() const;
     void StampCrop(CCameraData& data);
 
     /// Created by the loader thread when the camera is ready and kept until the
@@ -97,6 +98,10 @@ private:
     std::uint16_t m_crop_y = 0;
     /// Guarded by m_audio_observer_lock.
     std::vector<ICameraObserver*> m_audio_observers;
+    /// The threads that are inside observers of either lock, or 0. Written under
+    /// that lock.
+    std::atomic<pthread_t> m_video_deliverer{};
+    std::atomic<pthread_t> m_audio_deliverer{};
     /// Published for tools that look into the process; see g_pData.
     unsigned char m_scratch[16] = {};
 };

@@ -44,19 +44,22 @@ bool Remove(ObserverList& list, ICameraObserver* observer)
     return true;
 }
 
-/// Deliveries that this thread is in.
-thread_local unsigned t_deliveries = 0;
-
 /// The last observer's result, 0 without one. By index: an observer that
 /// changes the list against the rules must not leave us with a dead iterator.
-int Deliver(const ObserverList& list, const CCameraData* data)
+int Deliver(const ObserverList& list, const CCameraData* data, std::atomic<pthread_t>& deliverer)
 {
     int result = 0;
-    ++t_deliveries;
+    const pthread_t outer = deliverer.exchange(pthread_self(), std::memory_order_relaxed);
     for (std::size_t i = 0; i < list.size(); ++i)
         result = list[i]->OnFrame(data);
-    --t_deliveries;
+    deliverer.store(outer, std::memory_order_relaxed);
     return result;
+}
+
+/// A thread sees its own stores, and those of others never equal it.
+bool IsThisThread(const std::atomic<pthread_t>& thread)
+{
+    return pthread_equal(thread.load(std::memory_order_relaxed), pthread_self()) != 0;
 }
 
 bool CarriesCrop(CAM_STREAM type)
@@ -67,9 +70,9 @@ bool CarriesCrop(CAM_STREAM type)
 }  // namespace
 
 /// The calling thread is inside an observer.
-bool CKelVeskCamera::IsDelivering()
+bool CKelVeskCamera::IsDelivering() const
 {
-    return t_deliveries != 0;
+    return IsThisThread(m_video_deliverer) || IsThisThread(m_audio_deliverer);
 }
 
 bool CKelVeskCamera::RegisterObserver(ICameraObserver* observer)
@@ -119,7 +122,7 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
     if (type == CAM_STREAM_PCM) {
         // Only this lock, so that sound never waits for pictures.
         const MutexGuard guard(m_audio_observer_lock);
-        return Deliver(m_audio_observers, data);
+        return Deliver(m_audio_observers, data, m_audio_deliverer);
     }
     const MutexGuard guard(m_observer_lock);
     if (type == CAM_STREAM_JPEG) {
@@ -132,7 +135,7 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
     CAM_LOG(kLogInfo, "OnFrameArrival, StreamType=%d\r\n", static_cast<int>(type));
     // With the list's lock held: a removed observer is never called again.
     if (type < kStreamTypes)
-        Deliver(m_observers[type], data);
+        Deliver(m_observers[type], data, m_video_deliverer);
     return 1;
 }
 

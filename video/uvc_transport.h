@@ -86,7 +86,7 @@ protected:
     static constexpr int kFrameBuffers = 5;
 
     bool IsStreaming() const { return m_streaming; }
-    bool IsOpen() const { return m_device.IsOpen(); }
+    libusb_device_handle* DeviceHandle() const { return m_device.Handle(); }
     /// Setting 0 of the streaming interface; libusb's result.
     int SelectIdleSetting();
     /// Tells teardown whether cancelled transfers complete on an event thread.

@@ -62,7 +62,7 @@ int CKEL_CAM_LIB::DisableStream()
         VideoTransferStop();
         CAM_LOG(kLogDebugging, "VideoTransferStop -\r\n");
     }
-    if (IsOpen())
+    if (DeviceHandle() != nullptr)
         SelectIdleSetting();
     return 0;
 }

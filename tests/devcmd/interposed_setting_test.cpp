@@ -2,7 +2,6 @@
 // release of the libusb behind says nothing about what it does.
 #include <dlfcn.h>
 
-#include "devcmd/alternate_setting.h"
 #include "devcmd/camera_device.h"
 #include "tests/devcmd/controller_fixture.h"
 
@@ -30,15 +29,15 @@ TEST_F(InterposedSetting, NeedsNoLookAtTheDeviceList)
 {
     m_bus.SetVersion(26, 11724);  // one that must not be asked for an absent device
     UsbContext context;
-    const CameraDevice camera =
-        OpenCameraDevice(context, TORVIK_CAM_VENDOR_ID, TORVIK_CAM_PRODUCT_ID);
-    ASSERT_NE(camera.handle, nullptr);
-    ASSERT_EQ(libusb_claim_interface(camera.handle, 0), 0);
-    EXPECT_EQ(SelectSetting(context, camera.handle, 0, 0), 0);
+    CameraDevice camera(context);
+    ASSERT_TRUE(camera.Open(TORVIK_CAM_VENDOR_ID, TORVIK_CAM_PRODUCT_ID));
+    ASSERT_EQ(camera.Claim(0), 0);
+    camera.HeedLoss();
+    EXPECT_EQ(camera.SelectSetting(0, 0), 0);
     EXPECT_EQ(g_selected, 1);
     EXPECT_EQ(m_bus.CallCount("libusb_set_interface_alt_setting"), 1U);
     EXPECT_EQ(m_bus.CallCount("libusb_get_device_list"), 0U);
-    libusb_close(camera.handle);
+    camera.Close();
     context.Exit();
 }
 

@@ -21,6 +21,22 @@ constexpr char kBootCodePath[] = "/mtd_rwarea/wiru/bin/TorvikBC.bin";
 constexpr char kVersionReport[] = "/dtv/cm_cam_version";
 const std::string kChecking = "CCameraFwLoader ****** : KEL Camera Checking hr=";
 
+/// Tells when its body has returned.
+class TestedLoader : public CCameraFwLoader {
+public:
+    using CCameraFwLoader::CCameraFwLoader;
+    ~TestedLoader() override { Stop(); }
+    void Run() override
+    {
+        CCameraFwLoader::Run();
+        m_finished = true;
+    }
+    bool HasFinished() const { return m_finished; }
+
+private:
+    std::atomic<bool> m_finished{false};
+};
+
 class LoaderTest : public testing::Test {
 protected:
     LoaderTest() { m_bus.EnableCallLog(); }
@@ -52,7 +68,7 @@ protected:
 
     void Start(ICameraSubject* camera = nullptr, bool with_callback = true)
     {
-        m_loader = std::make_unique<CCameraFwLoader>(
+        m_loader = std::make_unique<TestedLoader>(
             camera, with_callback ? &LoaderTest::OnReport : nullptr, this);
         m_loader->Start("loader");
     }
@@ -124,7 +140,7 @@ protected:
         std::make_shared<ScriptedDevice>(Layout::kBootLoader);
     const FastSleeps m_sleeps{1000};
     CapturedLog m_log;
-    std::unique_ptr<CCameraFwLoader> m_loader;
+    std::unique_ptr<TestedLoader> m_loader;
     /// Runs inside the call-back.
     std::function<void(unsigned)> m_on_report;
 

@@ -35,13 +35,13 @@ std::string Filled(std::string text, int code)
     return text;
 }
 
-/// The driver looks whether the camera is there just before it selects a
-/// setting. A camera that leaves between the two is not to be caught by looking.
+/// Once something has told that the camera is gone the driver looks for it just
+/// before it selects a setting. A camera that leaves between the two is not to be
+/// caught by looking.
 bool IsUnavoidable(const std::string& misuse, const Run& run)
 {
     static const std::set<std::string> kBetween = {
-        "free_device_list", "set_interface_alt_setting", "submit_transfer",
-        "handle_events_timeout"};
+        "free_device_list", "set_interface_alt_setting"};
     return run.fault.kind == Kind::kUnplug && kBetween.count(run.fault.call) != 0 &&
            misuse == "libusb_set_interface_alt_setting: the device has gone";
 }

@@ -28,11 +28,13 @@ int OnDevice(Function function, libusb_device_handle* handle, int number, int va
     // Keeps the connection alive over a wait inside `action`.
     const std::shared_ptr<Connection> connection = handle->device->connection;
     // The release 1.0.26 gives up a lock that it does not hold, and stops the
-    // process when the handle is closed.
+    // process when the handle is closed. A caller that nothing has told cannot
+    // know better.
     const libusb_version& version = *Bus::Instance().Version();
-    if (connection->gone && function == Function::k_set_interface_alt_setting &&
+    if (connection->gone && handle->told_gone && function == Function::k_set_interface_alt_setting &&
         version.micro == 26 && version.nano != 0)
         core.ReportMisuse("libusb_set_interface_alt_setting: the device has gone");
+    handle->told_gone = handle->told_gone || connection->gone;
     const int result =
         connection->gone ? static_cast<int>(LIBUSB_ERROR_NO_DEVICE) : action(core, lock, connection);
     lock.unlock();

@@ -117,6 +117,7 @@ struct libusb_device_handle {
     libusb_context* context;
     bool open = true;
     bool auto_detach = false;
+    bool told_gone = false;  ///< a call or a completion has said "no device"
 };
 
 #endif

@@ -156,8 +156,10 @@ int Core::Submit(libusb_transfer* transfer, std::optional<CompletionOverride> ov
     const TimeUs now = Now();
     Refresh(now);
     const std::shared_ptr<Connection>& connection = transfer->dev_handle->device->connection;
-    if (connection->gone)
+    if (connection->gone) {
+        transfer->dev_handle->told_gone = true;
         return LIBUSB_ERROR_NO_DEVICE;
+    }
     const bool control = transfer->type == LIBUSB_TRANSFER_TYPE_CONTROL;
     if (!control && !connection->FindActiveEndpoint(transfer->endpoint))
         return LIBUSB_ERROR_IO;
@@ -190,7 +192,13 @@ int Core::Cancel(libusb_transfer* transfer)
         ReportMisuse("libusb_cancel_transfer: not an allocated transfer");
         return LIBUSB_ERROR_NOT_FOUND;
     }
+    Refresh(Now());
     Transfer& made = Private(transfer);
+    if (made.in_flight && made.connection->gone) {
+        // The kernel knows no request of a device that has left.
+        made.handle->told_gone = true;
+        return LIBUSB_ERROR_NO_DEVICE;
+    }
     if (!made.in_flight || (made.finished && made.status == LIBUSB_TRANSFER_CANCELLED))
         return LIBUSB_ERROR_NOT_FOUND;
     if (made.finished)  // completed just before; it keeps its result
@@ -303,6 +311,8 @@ Transfer* Core::TakeCompletion(libusb_context* context, std::uint64_t limit, Tim
         transfer->connection.reset();
         libusb_transfer& request = *Public(*transfer);
         request.status = transfer->status;
+        if (transfer->status == LIBUSB_TRANSFER_NO_DEVICE)
+            transfer->handle->told_gone = true;
         request.actual_length = static_cast<int>(transfer->actual_length);
         return transfer;
     }
