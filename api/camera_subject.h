@@ -18,7 +18,7 @@
 /// time as any other, unless its text says otherwise. From inside an observer
 /// only GetState, SetState, GetVendorName and GetModelName may be called. From
 /// inside the Init call-back everything may be, but the camera must not be
-/// destroyed there. No operation throws.
+/// destroyed there. No operation throws: without memory, what needs it fails.
 ///
 /// Locks: StartRecording and StopRecording take the start/stop lock and then
 /// the video-control lock; SetProperty holds the video-control lock and, when
@@ -39,10 +39,17 @@ public:
     /// loader runs gets its firmware first, so that up to half a minute and
     /// more may pass before the answer; without a device it takes some 5 s.
     ///
+    /// While an earlier Init is still looking or downloading, this one waits
+    /// until that is over, its call-back included, and then starts another
+    /// search. When somebody else has started one meanwhile, it stays with that
+    /// one, which calls back the call-back given last. From inside the call-back
+    /// it never waits for the search that is calling back.
+    ///
     /// Refused, without a call-back, while CAM_STATE_CONNECTED; allowed again
     /// in every other state, also from inside the call-back. A camera that
     /// records should be stopped before: Init takes it back to
-    /// CAM_STATE_CONNECTED with its streams running.
+    /// CAM_STATE_CONNECTED with its streams running. Sound then goes on with
+    /// stamps that begin again at 0.
     ///
     /// @param callback  called on the loader thread, with no lock held: true =
     ///        CAM_STATE_CONNECTED, false = CAM_STATE_DISCONNECTED, no usable
@@ -109,9 +116,10 @@ public:
     /// observer is called, apart from what a host hands in. NV12 and GRAY
     /// observers get a final empty record. Blocks for a second or so, longer
     /// while an observer does not return. The loader thread does the same when
-    /// the camera is unplugged.
+    /// the camera is unplugged. From inside an observer it is refused at once,
+    /// because it would wait for that very observer.
     ///
-    /// @return false when nothing was recording
+    /// @return false when nothing was recording, and from inside an observer
     virtual bool StopRecording() = 0;
 
     /// Changes a setting, see CAM_PROPERTY for each. Property operations wait for
