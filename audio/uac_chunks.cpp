@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "audio/transfer_param.h"
+#include "audio/audio_transfer.h"
 #include "audio/uac_transport.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
+#include "usb/completion_log.h"
 
 namespace {
 
@@ -36,53 +37,22 @@ void CLibUSB_UacCtrl::handle_libusb_event()
 
 void LIBUSB_CALL CLibUSB_UacCtrl::callback(libusb_transfer* transfer)
 {
-    auto* const param = static_cast<TransferCbParam*>(transfer->user_data);
+    auto* const param = static_cast<TransferCbParam*>(TransferSlots::Completed(transfer));
     if (param == nullptr)
         return;
-    CLibUSB_UacCtrl* const owner = param->owner;
-    if (owner == nullptr) {
-        // Given up by its stream; this was its last completion.
-        delete param;
-        libusb_free_transfer(transfer);
-        return;
-    }
+    CLibUSB_UacCtrl& owner = param->owner;
     if (transfer->status == LIBUSB_TRANSFER_NO_DEVICE)
-        owner->m_device.HeedLoss();
-    const CamMutexGuard guard(owner->m_completion_lock);
-    owner->m_in_flight[param->index] = false;
-    if (owner->m_ring != nullptr)
-        owner->HandleCompletion(transfer);
+        owner.m_device.HeedLoss();
+    const CamMutexGuard guard(owner.m_completion_lock);
+    if (TransferSlots::SetIdle(*param) && owner.m_ring != nullptr)
+        owner.HandleCompletion(transfer);
 }
 
-/// A transfer that ends in any way but success or time-out leaves circulation
-/// for the rest of the stream.
 void CLibUSB_UacCtrl::HandleCompletion(libusb_transfer* transfer)
 {
-    static constexpr char kFunction[] = "callback";
-    switch (transfer->status) {
-    case LIBUSB_TRANSFER_COMPLETED:
+    LogCompletion(*transfer);
+    if (BringsData(*transfer))
         FillAudioData(transfer);
-        break;
-    case LIBUSB_TRANSFER_TIMED_OUT:
-        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_TIMED_OUT! EP = %x\n",
-                   transfer->endpoint);
-        FillAudioData(transfer);  // the packets that did arrive
-        break;
-    case LIBUSB_TRANSFER_CANCELLED:
-        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_CANCELLED!\n");
-        break;
-    case LIBUSB_TRANSFER_NO_DEVICE:
-        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_NO_DEVICE \r\n");
-        break;
-    case LIBUSB_TRANSFER_OVERFLOW:
-        CAM_LOG_AS(kFunction, kLogDebugging, "LIBUSB_TRANSFER_OVERFLOW! EP = %x\n",
-                   transfer->endpoint);
-        break;
-    default:
-        CAM_LOG_AS(kFunction, kLogDebugging, "Audio Transfer Unknown Status=%d\r\n",
-                   static_cast<int>(transfer->status));
-        break;
-    }
 }
 
 void CLibUSB_UacCtrl::Resubmit(libusb_transfer* transfer)
@@ -91,7 +61,7 @@ void CLibUSB_UacCtrl::Resubmit(libusb_transfer* transfer)
         CAM_LOG_AS("FillAudioData", kLogDebugging, "Stop submit audio transfer.\r\n");
         return;
     }
-    Submit(transfer, static_cast<TransferCbParam*>(transfer->user_data)->index);
+    m_transfers.Submit(*static_cast<SlottedTransfer*>(transfer->user_data));
 }
 
 void CLibUSB_UacCtrl::FillAudioData(libusb_transfer* transfer)

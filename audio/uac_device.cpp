@@ -1,6 +1,5 @@
 // Opening and closing of the audio function.
 
-#include "audio/transfer_param.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
 #include "runtime/debug_log.h"
@@ -21,21 +20,13 @@ CLibUSB_UacCtrl::~CLibUSB_UacCtrl()
         // A stream that nobody stopped: closing the device under its transfers
         // would leave them without a completion.
         m_streaming = false;
-        if (AnyInFlight())
+        if (m_transfers.AnyInFlight())
             CancelTransfers();
         PumpCancellations();
         m_device.Release(kReleasedInterface);
         m_device.Close();
     }
-    FreeTransfers();
-    for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_transfers[i] == nullptr)
-            continue;
-        // Its completion never came: it stays allocated, and so does the buffer
-        // that libusb may still write into.
-        m_params[i]->owner = nullptr;
-        static_cast<void>(m_params[i].release());
-    }
+    m_transfers.Abandon();
     DeleteRing();
     DeleteFrames();
     m_context.Exit();

@@ -1,13 +1,12 @@
 // Start and teardown of the audio stream.
 
 #include <algorithm>
-#include <iterator>
+#include <memory>
 #include <new>
 
-#include "audio/transfer_param.h"
+#include "audio/audio_transfer.h"
 #include "audio/uac_constants.h"
 #include "audio/uac_transport.h"
-#include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
 
@@ -16,7 +15,6 @@ namespace {
 constexpr char kEnable[] = "UAC_EnableAudioStream";
 constexpr unsigned kIsoTimeoutMs = 1000;
 constexpr unsigned long kCancelSettleMs = 400;
-constexpr int kSettleLimitMs = 1000;
 constexpr unsigned long kSettlePollMs = 1;
 
 }  // namespace
@@ -50,7 +48,7 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
 /// event thread needs for it.
 void CLibUSB_UacCtrl::ReapLeftTransfers()
 {
-    if (!AnyInFlight())
+    if (!m_transfers.AnyInFlight())
         return;
     CancelTransfers();
     PumpCancellations();
@@ -60,18 +58,15 @@ void CLibUSB_UacCtrl::ReapLeftTransfers()
 int CLibUSB_UacCtrl::PrepareStream()
 {
     const MutexGuard guard(m_event_mutex);
-    if (!AllocateTransfers()) {
-        FreeTransfers();
+    if (!AllocateTransfers())
         return -1;
-    }
     m_packet_size = libusb_get_max_iso_packet_size(m_device.Device(), kAudioEndpoint);
     if (m_packet_size < 1) {
         CAM_LOG_AS(kEnable, kLogDebugging, "libusb_get_max_iso_packet_size Fail");
         return -1;
     }
-
-    if (!AllocateParams() || !AllocateRing()) {
-        FreeTransfers();
+    if (!AllocateBuffers() || !AllocateRing()) {
+        m_transfers.FreeIdle();
         DeleteRing();
         DeleteFrames();
         return -1;
@@ -82,35 +77,33 @@ int CLibUSB_UacCtrl::PrepareStream()
 
 bool CLibUSB_UacCtrl::AllocateTransfers()
 {
-    FreeTransfers();
-    for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_transfers[i] != nullptr) {
-            // Still in flight although its stream has long ended: given up, a
-            // late completion frees it.
-            m_params[i]->owner = nullptr;
-            static_cast<void>(m_params[i].release());
-            m_in_flight[i] = false;
-        }
-        m_transfers[i] = libusb_alloc_transfer(m_iso_packets);
+    {
+        // What is in flight although its stream has long ended is given up.
+        const CamMutexGuard guard(m_completion_lock);
+        m_transfers.Abandon();
     }
-    return std::all_of(std::begin(m_transfers), std::end(m_transfers),
-                       [](const libusb_transfer* transfer) { return transfer != nullptr; });
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        std::unique_ptr<TransferCbParam> param(new (std::nothrow) TransferCbParam(*this, i));
+        if (!m_transfers.Allocate(std::move(param), m_iso_packets)) {
+            m_transfers.FreeIdle();
+            return false;
+        }
+    }
+    return true;
 }
 
-bool CLibUSB_UacCtrl::AllocateParams()
+bool CLibUSB_UacCtrl::AllocateBuffers()
 {
     const int transfer_size = m_iso_packets * m_packet_size;
     const std::size_t buffer_size = std::max(TransferCbParam::kMinBufferSize,
                                              static_cast<std::size_t>(transfer_size));
     for (unsigned i = 0; i < kTransfers; ++i) {
-        m_params[i].reset(new (std::nothrow) TransferCbParam(this, static_cast<std::uint8_t>(i),
-                                                             buffer_size));
-        if (m_params[i] == nullptr || m_params[i]->buffer == nullptr)
+        SlottedTransfer& slot = *m_transfers.At(i);
+        if (!slot.AllocateBuffer(buffer_size))
             return false;
-        libusb_fill_iso_transfer(m_transfers[i], m_device.Handle(), kAudioEndpoint,
-                                 m_params[i]->buffer, transfer_size, m_iso_packets, callback,
-                                 m_params[i].get(), kIsoTimeoutMs);
-        libusb_set_iso_packet_lengths(m_transfers[i], static_cast<unsigned>(m_packet_size));
+        libusb_fill_iso_transfer(slot.Transfer(), m_device.Handle(), kAudioEndpoint, slot.Buffer(),
+                                 transfer_size, m_iso_packets, callback, &slot, kIsoTimeoutMs);
+        libusb_set_iso_packet_lengths(slot.Transfer(), static_cast<unsigned>(m_packet_size));
     }
     return true;
 }
@@ -134,26 +127,15 @@ bool CLibUSB_UacCtrl::AllocateRing()
 int CLibUSB_UacCtrl::SubmitTransfers()
 {
     for (unsigned i = 0; i < kTransfers; ++i) {
-        if (Submit(m_transfers[i], i) >= 0)
+        if (m_transfers.Submit(*m_transfers.At(i)) >= 0)
             continue;
         // What was submitted before stays until the next disable.
         CAM_LOG_AS(kEnable, kLogDebugging, "libusb_fill_iso_transfer error: Audio %d\n",
                    static_cast<int>(i));
-        libusb_free_transfer(m_transfers[i]);
-        m_transfers[i] = nullptr;
+        m_transfers.Free(i);
         return -1;
     }
     return 0;
-}
-
-int CLibUSB_UacCtrl::Submit(libusb_transfer* transfer, unsigned index)
-{
-    // Set first: the completion may run on another thread before submit returns.
-    m_in_flight[index] = true;
-    const int result = m_device.Heed(libusb_submit_transfer(transfer));
-    if (result < 0)
-        m_in_flight[index] = false;
-    return result;
 }
 
 int CLibUSB_UacCtrl::UAC_DisableAudioStream()
@@ -175,7 +157,10 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
     WaitForCancellations();
 
     const MutexGuard guard(m_event_mutex);
-    FreeTransfers();
+    {
+        const CamMutexGuard completion_guard(m_completion_lock);
+        m_transfers.FreeIdle();
+    }
     DeleteRing();
     DeleteFrames();
     return 0;
@@ -184,51 +169,22 @@ int CLibUSB_UacCtrl::UAC_DisableAudioStream()
 void CLibUSB_UacCtrl::CancelTransfers()
 {
     const MutexGuard guard(m_event_mutex);
-    for (libusb_transfer* const transfer : m_transfers) {
-        if (transfer != nullptr)
-            m_device.Heed(libusb_cancel_transfer(transfer));
-    }
+    for (unsigned i = 0; i < kTransfers; ++i)
+        m_transfers.Cancel(i);
 }
 
 void CLibUSB_UacCtrl::PumpCancellations()
 {
     // Without an event thread nobody else would.
-    if (m_event_thread_running)
-        return;
-    const Deadline deadline(kSettleLimitMs);
-    while (AnyInFlight() && !deadline.Passed())
-        handle_libusb_event();
+    if (!m_event_thread_running)
+        m_transfers.WaitUntilIdle([this] { handle_libusb_event(); });
 }
 
 void CLibUSB_UacCtrl::WaitForCancellations()
 {
-    // A loaded machine may need longer than the fixed time; a device that went
-    // silent never ends.
-    if (!m_event_thread_running)
-        return;
-    const Deadline deadline(kSettleLimitMs);
-    while (AnyInFlight() && !deadline.Passed())
-        SleepMilliseconds(kSettlePollMs);
-}
-
-bool CLibUSB_UacCtrl::AnyInFlight() const
-{
-    return std::any_of(std::begin(m_in_flight), std::end(m_in_flight),
-                       [](const std::atomic<bool>& in_flight) { return in_flight.load(); });
-}
-
-/// Frees what is not in flight.
-void CLibUSB_UacCtrl::FreeTransfers()
-{
-    const CamMutexGuard guard(m_completion_lock);
-    for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_in_flight[i])
-            continue;
-        m_params[i].reset();
-        if (m_transfers[i] != nullptr)
-            libusb_free_transfer(m_transfers[i]);
-        m_transfers[i] = nullptr;
-    }
+    // A loaded machine may need longer than the fixed time.
+    if (m_event_thread_running)
+        m_transfers.WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
 }
 
 void CLibUSB_UacCtrl::DeleteRing()

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <cstdint>
 #include <libusb.h>
-#include <memory>
 
-#include "devcmd/camera_device.h"
-#include "devcmd/usb_context.h"
+#include "usb/camera_device.h"
+#include "usb/transfer_slots.h"
+#include "usb/usb_context.h"
 #include "runtime/mutex.h"
 #include "video/frame_queue.h"
 
@@ -76,6 +76,7 @@ protected:
 
 private:
     static constexpr unsigned kTransfers = 2;
+    static_assert(kTransfers <= TransferSlots::kCapacity, "each has a slot");
     static constexpr int kFrameBuffers = 4;
     struct TransferCbParam;
 
@@ -84,7 +85,6 @@ private:
     void FillAudioData(libusb_transfer* transfer);
     std::uint32_t CopyPackets(const libusb_transfer* transfer, unsigned char* chunk) const;
     void Resubmit(libusb_transfer* transfer);
-    int Submit(libusb_transfer* transfer, unsigned index);
 
     bool NegotiateRate(int rate);
     bool ReadVolumeRange();
@@ -92,26 +92,24 @@ private:
     void ChooseInitialVolume();
     int PrepareStream();
     bool AllocateTransfers();
-    bool AllocateParams();
+    bool AllocateBuffers();
     bool AllocateRing();
     int SubmitTransfers();
-    void FreeTransfers();
     void DeleteRing();
     void DeleteFrames();
     void ReapLeftTransfers();
     void CancelTransfers();
     void PumpCancellations();
     void WaitForCancellations();
-    bool AnyInFlight() const;
 
     pMutex m_event_mutex;  ///< recursive; held around event handling, cancelling and freeing
     const int m_iso_packets;
     std::atomic<std::int16_t> m_max_volume{0};
     std::atomic<std::int16_t> m_min_volume{0};
     std::atomic<std::int16_t> m_current_volume{-1};
-    libusb_transfer* m_transfers[kTransfers] = {};
     UsbContext m_context;
     CameraDevice m_device{m_context};
+    TransferSlots m_transfers{m_device};
     CFrameBuf* m_fill_frame = nullptr;
     CFrameBuf* m_frames[kFrameBuffers] = {};
     CFrameBufQueue* m_ring = nullptr;  ///< written under the completion lock
@@ -122,9 +120,6 @@ private:
     /// whole event slice for the event mutex.
     CamMutex m_completion_lock;
     int m_packet_size = 0;  ///< bytes of one isochronous packet
-    /// Outlive their transfers, so that each is freed exactly once.
-    std::unique_ptr<TransferCbParam> m_params[kTransfers];
-    std::atomic<bool> m_in_flight[kTransfers] = {};
     std::atomic<bool> m_event_thread_running{false};
 };
 

@@ -9,7 +9,7 @@
 #include "camera/shell.h"
 #include "camera/tv_platform.h"
 #include "control/mains_frequency.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 #include "runtime/process_locks.h"
 #include "runtime/sleep.h"

@@ -5,7 +5,7 @@
 #include "camera/camera.h"
 #include "camera/stream_combinations.h"
 #include "devcmd/command_frames.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 #include "runtime/process_locks.h"
 #include "runtime/sleep.h"

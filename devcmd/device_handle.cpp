@@ -4,7 +4,7 @@
 #include <new>
 
 #include "api/device_commands.h"
-#include "devcmd/keep_loaded.h"
+#include "usb/keep_loaded.h"
 #include "runtime/debug_log.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <libusb.h>
 
 #include "api/firmware_download.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "firmware/download_scope.h"
 #include "firmware/version_report.h"
 #include "runtime/debug_log.h"

@@ -7,7 +7,7 @@
 #include "audio/audio_capture.h"
 #include "audio/audio_capture_thread.h"
 #include "audio/uac_transport.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "fuzz/bytes.h"
 #include "fuzz/check.h"
 #include "fuzz/checking_camera.h"

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "api/camera_subject.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "fuzz/bytes.h"
 #include "fuzz/check.h"
 #include "fuzz/checking_camera.h"

@@ -1,7 +1,6 @@
 // Opening and closing of the video function.
 
 #include "runtime/debug_log.h"
-#include "video/transfer_param.h"
 #include "video/uvc_constants.h"
 #include "video/uvc_transport.h"
 
@@ -17,18 +16,13 @@ CLibUSB_UvcCtrl::~CLibUSB_UvcCtrl()
         m_device.Close();
     }
     for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_transfers[i] == nullptr)
+        if (!m_transfers.IsIdle(i))
             continue;
-        if (m_in_flight[i]) {
-            // Its completion never came. Freeing it now would let libusb write
-            // into freed memory, so it stays allocated.
-            static_cast<TransferCbParam*>(m_transfers[i]->user_data)->owner = nullptr;
-            continue;
-        }
         CAM_LOG(kLogDebugging, "CLibUSB_UvcCtrl free transfer \r\n");
-        FreeTransfer(i);
+        m_transfers.Free(i);
     }
-    m_write_locker.reset();
+    m_transfers.Abandon();
+    m_assembler.End();
     delete m_frame_queue;
     DeleteFrames();
     m_context.Exit();

@@ -1,20 +1,20 @@
 // Negotiation, start and teardown of the video stream.
 
 #include <algorithm>
-#include <iterator>
+#include <memory>
 #include <new>
 
 #include "devcmd/command_frames.h"
-#include "runtime/deadline.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
 #include "video/stream_probe.h"
-#include "video/transfer_param.h"
 #include "video/uvc_constants.h"
 #include "video/uvc_transport.h"
+#include "video/video_transfer.h"
 
 namespace {
 
+constexpr char kDisable[] = "UVC_DisableVideoStream";
 constexpr unsigned char kProbeControl = 1;   // UVC 1.5, A.9.8
 constexpr unsigned char kCommitControl = 2;
 constexpr unsigned kProbeTimeoutMs = 1000;
@@ -26,7 +26,6 @@ constexpr std::uint32_t kMaxPayloadSize = 16U << 20;
 constexpr std::uint64_t kMaxFrameSize = 64U << 20;
 
 constexpr unsigned long kCancelSettleMs = 200;
-constexpr int kSettleLimitMs = 1000;
 constexpr unsigned long kSettlePollMs = 1;
 
 struct NegotiationStep {
@@ -111,8 +110,7 @@ bool CLibUSB_UvcCtrl::AllocateStream()
 {
     if (AllocateFrames() && AllocateTransfers())
         return true;
-    for (unsigned i = 0; i < kTransfers; ++i)
-        FreeTransfer(i);
+    m_transfers.FreeIdle();
     DeleteRing();
     DeleteFrames();
     return false;
@@ -125,35 +123,27 @@ bool CLibUSB_UvcCtrl::AllocateFrames()
         if (frame == nullptr || frame->Data() == nullptr)
             return false;
     }
-    std::unique_ptr<CFrameBufQueue> queue(new (std::nothrow)
-                                              CFrameBufQueue(m_frames, kFrameBuffers));
-    if (queue == nullptr)
-        return false;
-    m_write_locker.reset(new (std::nothrow) CFrameBufferLocker(queue.get()));
-    if (m_write_locker == nullptr)
-        return false;
-    m_filled = 0;
-    m_awaiting_buffer = false;
-    const CamMutexGuard guard(m_park_lock);
-    m_frame_queue = queue.release();
-    return true;
+    auto* const queue = new (std::nothrow) CFrameBufQueue(m_frames, kFrameBuffers);
+    {
+        const CamMutexGuard guard(m_park_lock);
+        m_frame_queue = queue;
+    }
+    return queue != nullptr && m_assembler.Begin(*queue, m_max_frame_size);
 }
 
 bool CLibUSB_UvcCtrl::AllocateTransfers()
 {
     for (unsigned i = 0; i < kTransfers; ++i) {
-        std::unique_ptr<TransferCbParam> param(
-            new (std::nothrow)
-                TransferCbParam(this, static_cast<std::uint8_t>(i), m_max_payload_size));
-        if (param == nullptr || param->payload == nullptr)
+        std::unique_ptr<TransferCbParam> param(new (std::nothrow) TransferCbParam(*this, i));
+        if (param == nullptr ||
+            !param->AllocateBuffer(m_max_payload_size + TransferCbParam::kExtraBytes))
             return false;
-        m_transfers[i] = libusb_alloc_transfer(0);
-        if (m_transfers[i] == nullptr)
+        SlottedTransfer* const slot = param.get();
+        if (!m_transfers.Allocate(std::move(param), 0))
             return false;
-        libusb_fill_bulk_transfer(m_transfers[i], m_device.Handle(), kVideoEndpoint,
-                                  param->payload, static_cast<int>(m_max_payload_size), callback,
-                                  param.get(), kBulkTimeoutMs);
-        static_cast<void>(param.release());  // the transfer's
+        libusb_fill_bulk_transfer(slot->Transfer(), m_device.Handle(), kVideoEndpoint,
+                                  slot->Buffer(), static_cast<int>(m_max_payload_size), callback,
+                                  slot, kBulkTimeoutMs);
     }
     return true;
 }
@@ -162,58 +152,26 @@ int CLibUSB_UvcCtrl::SubmitTransfers()
 {
     int result = 0;
     for (unsigned i = 0; i < kTransfers; ++i) {
-        result = Submit(m_transfers[i], i);
+        result = m_transfers.Submit(*m_transfers.At(i));
         if (result >= 0)
             continue;
         // The number is that of the transfers, whichever failed.
         CAM_LOG_AS("UVC_EnableVideoStream", kLogDebugging,
                    "libusb_submit_transfer error: Video %d\n", static_cast<int>(kTransfers));
-        FreeTransfer(i);
+        m_transfers.Free(i);
     }
     return result;
 }
 
-/// Frees a transfer that is not in flight, with its payload; nothing in an
-/// empty slot.
-void CLibUSB_UvcCtrl::FreeTransfer(unsigned index)
-{
-    if (m_transfers[index] == nullptr)
-        return;
-    delete static_cast<TransferCbParam*>(m_transfers[index]->user_data);
-    m_transfers[index]->user_data = nullptr;
-    libusb_free_transfer(m_transfers[index]);
-    m_transfers[index] = nullptr;
-}
-
-int CLibUSB_UvcCtrl::Submit(libusb_transfer* transfer, unsigned index)
-{
-    // Set first: the completion may run on another thread before submit returns.
-    m_in_flight[index].store(true, std::memory_order_release);
-    const int result = m_device.Heed(libusb_submit_transfer(transfer));
-    if (result < 0)
-        m_in_flight[index].store(false, std::memory_order_release);
-    return result;
-}
-
+/// What an earlier stream left in flight.
 void CLibUSB_UvcCtrl::FreeLeftTransfers()
 {
     for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_transfers[i] != nullptr && m_in_flight[i])
-            m_device.Heed(libusb_cancel_transfer(m_transfers[i]));
+        if (!m_transfers.IsIdle(i))
+            m_transfers.Cancel(i);
     }
     PumpCancellations();
-    for (unsigned i = 0; i < kTransfers; ++i) {
-        if (m_transfers[i] == nullptr)
-            continue;
-        if (m_in_flight[i]) {
-            // Given up; a late completion frees it.
-            static_cast<TransferCbParam*>(m_transfers[i]->user_data)->owner = nullptr;
-            m_transfers[i] = nullptr;
-            m_in_flight[i] = false;
-        } else {
-            FreeTransfer(i);
-        }
-    }
+    m_transfers.Abandon();
 }
 
 int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
@@ -240,68 +198,58 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
     if (result < 0)
         CAM_LOG(kLogDebugging, "UAC_DisableVideoStream: IF = 1, Alt = 0 Error!!");
 
-    {
-        const MutexGuard guard(m_transfer_lock);
-        for (unsigned i = 0; i < kTransfers; ++i) {
-            if (m_transfers[i] == nullptr || m_in_flight[i])
-                continue;
-            CAM_LOG(kLogDebugging,
-                    "CLibUSB_UvcCtrl::UVC_DisableVideoStream free bulk transfer \r\n");
-            FreeTransfer(i);
-        }
-    }
+    FreeTransfers();
     CAM_LOG(kLogDebugging, "UVC_DisableVideoStream finish.\r\n");
     return result;
 }
 
 void CLibUSB_UvcCtrl::CancelTransfers()
 {
-    CAM_LOG_AS("UVC_DisableVideoStream", kLogDebugging, "Video lock +\r\n");
+    CAM_LOG_AS(kDisable, kLogDebugging, "Video lock +\r\n");
     {
         const MutexGuard guard(m_transfer_lock);
         for (unsigned i = 0; i < kTransfers; ++i) {
-            if (m_transfers[i] == nullptr)
+            if (m_transfers.At(i) == nullptr)
                 continue;
-            CAM_LOG_AS("UVC_DisableVideoStream", kLogDebugging,
+            CAM_LOG_AS(kDisable, kLogDebugging,
                        "UVC_DisableVideoStream:: cancel bulk transfer. %d\r\n",
                        static_cast<int>(i));
-            m_device.Heed(libusb_cancel_transfer(m_transfers[i]));
+            m_transfers.Cancel(i);
         }
     }
-    CAM_LOG_AS("UVC_DisableVideoStream", kLogDebugging, "Video lock -\r\n");
+    CAM_LOG_AS(kDisable, kLogDebugging, "Video lock -\r\n");
 }
 
 void CLibUSB_UvcCtrl::PumpCancellations()
 {
     // Without an event thread (its stream failed to start) nobody else would.
-    if (m_event_thread_running)
-        return;
-    const Deadline deadline(kSettleLimitMs);
-    while (AnyInFlight() && !deadline.Passed())
-        handle_libusb_event();
+    if (!m_event_thread_running)
+        m_transfers.WaitUntilIdle([this] { handle_libusb_event(); });
 }
 
-/// A loaded machine may need longer than the fixed time; a device that went
-/// silent never ends.
 void CLibUSB_UvcCtrl::WaitForCancellations()
 {
-    if (!m_event_thread_running)
-        return;
-    const Deadline deadline(kSettleLimitMs);
-    while (AnyInFlight() && !deadline.Passed())
-        SleepMilliseconds(kSettlePollMs);
+    // A loaded machine may need longer than the fixed time.
+    if (m_event_thread_running)
+        m_transfers.WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
 }
 
-bool CLibUSB_UvcCtrl::AnyInFlight() const
+void CLibUSB_UvcCtrl::FreeTransfers()
 {
-    return std::any_of(std::begin(m_in_flight), std::end(m_in_flight),
-                       [](const std::atomic<bool>& in_flight) { return in_flight.load(); });
+    const MutexGuard guard(m_transfer_lock);
+    for (unsigned i = 0; i < kTransfers; ++i) {
+        if (!m_transfers.IsIdle(i))
+            continue;
+        CAM_LOG_AS(kDisable, kLogDebugging,
+                   "CLibUSB_UvcCtrl::UVC_DisableVideoStream free bulk transfer \r\n");
+        m_transfers.Free(i);
+    }
 }
 
 /// Under the transfer lock, which the ring's producer holds.
 void CLibUSB_UvcCtrl::DeleteRing()
 {
-    m_write_locker.reset();
+    m_assembler.End();
     CFrameBufQueue* const queue = m_frame_queue;
     {
         const CamMutexGuard guard(m_park_lock);

@@ -5,13 +5,13 @@
 #include <atomic>
 #include <cstdint>
 #include <libusb.h>
-#include <memory>
 #include <pthread.h>
 
-#include "devcmd/camera_device.h"
-#include "devcmd/usb_context.h"
+#include "usb/camera_device.h"
+#include "usb/transfer_slots.h"
+#include "usb/usb_context.h"
+#include "video/frame_assembler.h"
 #include "runtime/mutex.h"
-#include "video/frame_locker.h"
 #include "video/frame_queue.h"
 #include "video/parked_transfers.h"
 
@@ -82,6 +82,7 @@ public:
 
 protected:
     static constexpr unsigned kTransfers = 3;
+    static_assert(kTransfers <= TransferSlots::kCapacity, "each has a slot");
     static_assert(kTransfers <= ParkedTransfers::kCapacity, "each of them may be parked");
     static constexpr int kFrameBuffers = 5;
 
@@ -97,31 +98,28 @@ private:
     class ControlRequestScope;
 
     static void LIBUSB_CALL callback(libusb_transfer* transfer);
-    void OnCompletion(libusb_transfer* transfer, unsigned index);
+    void OnCompletion(TransferCbParam& param);
+    void Park(TransferCbParam& param);
     bool HandleCompletion(libusb_transfer* transfer);
     bool FillVideoBuf_Bulk(libusb_transfer* transfer);
-    void CloseFrame(libusb_transfer* transfer, unsigned length);
-    bool AppendPayload(const unsigned char* data, unsigned length);
     bool TakeParkedTransfers();
     void WakeForParked();
     void WakeOverdueConsumer();
     bool OnEventThread() const;
     void Resubmit(libusb_transfer* transfer);
-    int Submit(libusb_transfer* transfer, unsigned index);
 
     int Negotiate(int formatId, int frameId, int fps, unsigned char* answer);
     bool AllocateStream();
     bool AllocateFrames();
     bool AllocateTransfers();
     int SubmitTransfers();
-    void FreeTransfer(unsigned index);
     void FreeLeftTransfers();
     void DeleteRing();
     void DeleteFrames();
     void CancelTransfers();
     void PumpCancellations();
     void WaitForCancellations();
-    bool AnyInFlight() const;
+    void FreeTransfers();
 
     /// Recursive; held around event handling and every change of the transfers,
     /// the buffers and their sizes.
@@ -130,25 +128,18 @@ private:
     std::uint32_t m_max_payload_size = 0;  ///< bytes of each bulk transfer
     int m_format_id = 0;
     int m_frame_id = 0;
-    libusb_transfer* m_transfers[kTransfers] = {};  ///< null where there is none
     UsbContext m_context;
     CameraDevice m_device{m_context};
-    int m_filled = 0;  ///< bytes of the frame in progress
+    TransferSlots m_transfers{m_device};
     CFrameBuf* m_frames[kFrameBuffers] = {};
     /// Written under both the transfer lock and the park lock.
     CFrameBufQueue* m_frame_queue = nullptr;
-    /// bmHeaderInfo of the previous payload; survives from stream to stream.
-    std::uint8_t m_last_flags = 0;
     std::atomic<bool> m_streaming{false};
-    std::unique_ptr<CFrameBufferLocker> m_write_locker;
-    /// The payload in hand has closed its frame and still needs a buffer.
-    bool m_awaiting_buffer = false;
+    FrameAssembler m_assembler;  ///< under the transfer lock
     // Event thread only.
     bool m_pass_brought_payloads = false;
     unsigned m_busy_passes = 0;
 
-    /// Submitted and not completed yet, per slot.
-    std::atomic<bool> m_in_flight[kTransfers] = {};
     std::atomic<pthread_t> m_event_pass_thread{};  ///< inside handle_libusb_event, or 0
     std::atomic<bool> m_event_thread_running{false};
     std::atomic<int> m_control_requests{0};  ///< under way on this handle

@@ -11,7 +11,7 @@ import pathlib
 import re
 import sys
 
-PRODUCT = ("runtime", "devcmd", "video", "audio", "firmware", "control", "camera")
+PRODUCT = ("runtime", "usb", "devcmd", "video", "audio", "firmware", "control", "camera")
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # Adjacent literals are one; macros of <cinttypes> do not occur.
 CONVERSION = re.compile(r"%[-+ #0]*(?:\*|\d+)?(?:\.(?:\*|\d+))?(?:hh|h|ll|l|z)?[a-zA-Z]")

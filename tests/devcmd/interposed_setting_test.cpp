@@ -2,7 +2,7 @@
 // release of the libusb behind says nothing about what it does.
 #include <dlfcn.h>
 
-#include "devcmd/camera_device.h"
+#include "usb/camera_device.h"
 #include "tests/devcmd/controller_fixture.h"
 
 namespace {

@@ -1,5 +1,5 @@
 // Choosing alternate settings while the device may go.
-#include "devcmd/camera_device.h"
+#include "usb/camera_device.h"
 #include "tests/devcmd/controller_fixture.h"
 
 namespace {

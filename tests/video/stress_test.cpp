@@ -10,7 +10,7 @@
 
 #include "api/device_commands.h"
 #include "control/video_capture_adapter.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "tests/support/bus_check.h"
 #include "tests/support/sleeps.h"
 #include "tests/support/wait_until.h"

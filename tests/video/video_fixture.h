@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "tests/support/bus_check.h"
 #include "tests/support/log_level.h"
 #include "tests/support/scripted_camera.h"

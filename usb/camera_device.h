@@ -1,11 +1,11 @@
 // The camera, opened for a transport.
-#ifndef TORVIK_DEVCMD_CAMERA_DEVICE_H
-#define TORVIK_DEVCMD_CAMERA_DEVICE_H
+#ifndef TORVIK_USB_CAMERA_DEVICE_H
+#define TORVIK_USB_CAMERA_DEVICE_H
 
 #include <atomic>
 #include <libusb.h>
 
-#include "devcmd/usb_context.h"
+#include "usb/usb_context.h"
 
 /// One transport's handle of the camera. It remembers whether anything said on
 /// this handle that the device is gone, because selecting an alternate setting

@@ -1,4 +1,4 @@
-#include "devcmd/keep_loaded.h"
+#include "usb/keep_loaded.h"
 
 #include <dlfcn.h>
 #include <libusb.h>

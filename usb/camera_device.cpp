@@ -1,7 +1,7 @@
-#include "devcmd/camera_device.h"
+#include "usb/camera_device.h"
 
-#include "devcmd/alternate_setting.h"
-#include "devcmd/usb_identity.h"
+#include "usb/alternate_setting.h"
+#include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Keeping libusb in memory.
-#ifndef TORVIK_DEVCMD_KEEP_LOADED_H
-#define TORVIK_DEVCMD_KEEP_LOADED_H
+#ifndef TORVIK_USB_KEEP_LOADED_H
+#define TORVIK_USB_KEEP_LOADED_H
 
 /// For a context that stays open: libusb's own thread, which watches the bus
 /// for it, must not run on in memory that was taken from it when the host

@@ -1,4 +1,4 @@
-#include "devcmd/alternate_setting.h"
+#include "usb/alternate_setting.h"
 
 #include <dlfcn.h>
 

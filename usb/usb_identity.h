@@ -1,6 +1,6 @@
 // USB identities of the camera, configured at build time.
-#ifndef TORVIK_DEVCMD_USB_IDENTITY_H
-#define TORVIK_DEVCMD_USB_IDENTITY_H
+#ifndef TORVIK_USB_USB_IDENTITY_H
+#define TORVIK_USB_USB_IDENTITY_H
 
 #include <cstdint>
 

@@ -1,10 +1,10 @@
 // Choosing an interface's alternate setting when the device may be gone.
-#ifndef TORVIK_DEVCMD_ALTERNATE_SETTING_H
-#define TORVIK_DEVCMD_ALTERNATE_SETTING_H
+#ifndef TORVIK_USB_ALTERNATE_SETTING_H
+#define TORVIK_USB_ALTERNATE_SETTING_H
 
 #include <libusb.h>
 
-#include "devcmd/usb_context.h"
+#include "usb/usb_context.h"
 
 /// Some releases of libusb, asked for an alternate setting of a device that has
 /// left the bus, give up a lock of the handle that they do not hold, and closing

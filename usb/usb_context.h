@@ -1,6 +1,6 @@
 // A libusb context of one's own.
-#ifndef TORVIK_DEVCMD_USB_CONTEXT_H
-#define TORVIK_DEVCMD_USB_CONTEXT_H
+#ifndef TORVIK_USB_USB_CONTEXT_H
+#define TORVIK_USB_USB_CONTEXT_H
 
 #include <libusb.h>
 
