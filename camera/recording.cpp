@@ -4,6 +4,7 @@
 
 #include "camera/camera.h"
 #include "camera/stream_combinations.h"
+#include "camera/tv_platforms.h"
 #include "devcmd/command_frames.h"
 #include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
@@ -60,7 +61,7 @@ bool CKelVeskCamera::StartRecording()
     }
     video->SetBitrate(m_settings.bitrate / kBitsPerKilobit);
     video->SetFramerate(m_settings.frame_rate);
-    if (m_settings.tv_platform != kPlatformFerrowB)
+    if (TvPlatformOf(m_settings.tv_platform).has_sub_stream)
         ConfigureSubStream();
 
     video_capture_thread = new (std::nothrow) CVideoCaptureThread(
@@ -99,8 +100,8 @@ void CKelVeskCamera::ConfigureVideoMode()
         if (mode->second_log_line != nullptr)
             CAM_LOG_AS(kStart, kLogDebugging, "%s", mode->second_log_line);
         SendSignalType(mode->signal_code);
-        m_settings.video_option_flag =
-            mode->option_flag(m_settings.tv_platform, m_settings.bitrate);
+        const TvPlatform& platform = TvPlatformOf(m_settings.tv_platform);
+        m_settings.video_option_flag = !(platform.*mode->silent).Holds(m_settings.bitrate);
     }
     ChooseVideoOption();
 }
@@ -151,7 +152,7 @@ void CKelVeskCamera::ConfigureSubStream()
     KelUvcCapture* const video = video_capturer;
     SelectStreamTarget(kSubTarget);
     video->SetBitrate(kSubBitrate);
-    video->SetFramerate(m_settings.tv_platform == kPlatformFerrowA ? 30 : 15);
+    video->SetFramerate(TvPlatformOf(m_settings.tv_platform).sub_frame_rate);
     // Later commands mean the main stream again.
     SelectStreamTarget(kMainTarget);
 }

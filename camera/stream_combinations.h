@@ -5,38 +5,21 @@
 #include <cstdint>
 
 #include "api/cam_types.h"
-
-/// Television platforms that recording treats differently.
-constexpr std::uint32_t kPlatformFerrowB = 1;
-constexpr std::uint32_t kPlatformFerrowA = 2;
-
-/// The one main bit rate, bit/s, at which hosts of these platforms take no
-/// audio from the camera.
-constexpr std::uint32_t kSilentBitrate = 1500000;
+#include "camera/tv_platforms.h"
 
 struct VideoModeRow {
     std::uint32_t mode;
     unsigned char signal_code;
     const char* log_line;
     const char* second_log_line;  ///< may be null
-    std::uint8_t (*option_flag)(std::uint32_t tv_platform, std::uint32_t bitrate);
+    BitrateRange TvPlatform::*silent;  ///< when it has no sound, by platform
 };
-
-inline std::uint8_t DualH264OptionFlag(std::uint32_t tv_platform, std::uint32_t bitrate)
-{
-    return !(tv_platform == kPlatformFerrowA && bitrate == kSilentBitrate);
-}
-
-inline std::uint8_t JpegOptionFlag(std::uint32_t tv_platform, std::uint32_t bitrate)
-{
-    return tv_platform == kPlatformFerrowB && bitrate != kSilentBitrate;
-}
 
 constexpr VideoModeRow kVideoModes[] = {
     {0, CAM_SIGNAL_H264_H264, "Video mode is Dual H264\r\n", "Set KVR signal type = 0x07 \r\n",
-     DualH264OptionFlag},
-    {1, CAM_SIGNAL_H264_MJPEG, "Video mode is H264+JPEG\r\n", nullptr, JpegOptionFlag},
-    {2, CAM_SIGNAL_H264_MJPEG, "Video mode is H264+JPEG\r\n", nullptr, JpegOptionFlag},
+     &TvPlatform::silent_dual_h264},
+    {1, CAM_SIGNAL_H264_MJPEG, "Video mode is H264+JPEG\r\n", nullptr, &TvPlatform::silent_jpeg},
+    {2, CAM_SIGNAL_H264_MJPEG, "Video mode is H264+JPEG\r\n", nullptr, &TvPlatform::silent_jpeg},
 };
 
 struct SignalTypeRow {

@@ -5,7 +5,7 @@
 #include "control/camera_settings.h"
 
 /// Reads the platform identification file and sets what depends on it:
-/// tv_platform, use_signal_type, video_mode and signal_type.
+/// tv_platform, offers_signal_types, use_signal_type, video_mode and signal_type.
 void DetectTvPlatform(CameraSettings& settings);
 
 #endif

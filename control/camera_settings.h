@@ -26,7 +26,9 @@ struct CameraSettings {
     std::uint32_t use_signal_type = 0;  ///< 1: signal_type configures recording, else video_mode
     std::uint32_t video_mode = 1;
     std::uint32_t signal_type = CAM_SIGNAL_H264_GRAY_SI;
+    // The television's; constant once the camera is constructed.
     std::uint32_t tv_platform = 5;
+    bool offers_signal_types = true;  ///< whether a host may switch to signal types
     std::uint32_t crop_size = 0;  ///< w and h in the low and high half
     std::uint8_t user_flag = 0;
     /// Values of properties that are recorded and have no effect, by id.

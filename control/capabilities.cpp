@@ -5,7 +5,6 @@
 namespace {
 
 constexpr char kFunction[] = "GetCapability";
-constexpr std::uint32_t kSignalTypePlatform = 5;
 
 enum class Answer { kNo, kYes, kSignalType, kNotSupported };
 
@@ -37,7 +36,7 @@ bool AnswerCapability(CameraSettings& settings, CAM_CAPABILITY capability)
     case Answer::kNo:
         return false;
     case Answer::kSignalType:
-        if (settings.tv_platform != kSignalTypePlatform)
+        if (!settings.offers_signal_types)
             return false;
         settings.use_signal_type = 1;
         CAM_LOG_AS(kFunction, kLogDebugging, "Enable CAM_SIGNAL_TYPE mode \r\n");

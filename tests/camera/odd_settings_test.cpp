@@ -33,6 +33,21 @@ TEST_P(UnknownVideoMode, SelectsNoStreamsButStillAnOptionWord)
 
 INSTANTIATE_TEST_SUITE_P(Modes, UnknownVideoMode, testing::Values(3u, 100u, 0xFFFFFFFFu));
 
+class UnknownPlatform : public OddSettings, public testing::WithParamInterface<std::uint32_t> {};
+
+TEST_P(UnknownPlatform, RecordsWithASlowSubStream)
+{
+    MakeAndConnect(kFerrowB);
+    Settings().tv_platform = GetParam();
+    ASSERT_TRUE(m_camera->StartRecording());
+    EXPECT_THAT(Commands(), testing::ElementsAre("14: 1 8", "14: 2 1", "14: 2 2 1", "14: 13 0",
+                                                 "1: 8 255 208 7", "1: 2 30", "14: 13 1",
+                                                 "1: 8 255 32 3", "1: 2 15", "14: 13 0",
+                                                 "4: 14 0 1"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Codes, UnknownPlatform, testing::Values(0u, 6u, 0xFFFFFFFFu));
+
 TEST_F(OddSettings, UnknownSignalTypeSelectsTheFirst)
 {
     MakeAndConnect(kBrevan);

@@ -1,6 +1,8 @@
 // Which television the camera finds itself in.
 #include "api/torvik_camera.h"
+#include "camera/stream_combinations.h"
 #include "camera/tv_platform.h"
+#include "camera/tv_platforms.h"
 #include "tests/camera/camera_fixture.h"
 
 namespace {
@@ -31,6 +33,7 @@ TEST_P(Platform, IsToldByTheInfoFile)
                                                  : "Use video mode property\r\n"));
     EXPECT_EQ(m_log.Entries().size(), 2u);
     EXPECT_EQ(settings.tv_platform, row.tv_platform);
+    EXPECT_EQ(settings.offers_signal_types, row.tv_platform == 5);
     EXPECT_EQ(settings.use_signal_type, row.use_signal_type);
     EXPECT_EQ(settings.video_mode, row.video_mode);
     EXPECT_EQ(settings.signal_type, row.signal_type);
@@ -58,6 +61,31 @@ INSTANTIATE_TEST_SUITE_P(
             7}),
     [](const auto& row) { return std::string(row.param.name); });
 
+class PlatformCode : public testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(PlatformCode, TellsSubStreamAndSilence)
+{
+    const std::uint32_t code = GetParam();
+    const TvPlatform& platform = TvPlatformOf(code);
+    EXPECT_EQ(platform.code, code <= 5 ? code : 0);
+    EXPECT_EQ(platform.offers_signal_types, code == 5);
+    EXPECT_EQ(platform.has_sub_stream, code != 1);
+    if (platform.has_sub_stream) {
+        EXPECT_EQ(platform.sub_frame_rate, code == 2 ? 30u : 15u);
+    }
+    for (const std::uint32_t bitrate : {0u, 1u, 1499999u, 1500000u, 1500001u, 2560000u, 0xFFFFFFFFu}) {
+        const bool silent_rate = bitrate == 1500000;
+        for (const std::uint32_t mode : {0u, 1u, 2u}) {
+            const bool silent = (platform.*FindVideoMode(mode)->silent).Holds(bitrate);
+            EXPECT_EQ(silent, mode == 0 ? code == 2 && silent_rate : code != 1 || silent_rate)
+                << "mode " << mode << " at " << bitrate;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Codes, PlatformCode,
+                         testing::Values(0u, 1u, 2u, 3u, 4u, 5u, 6u, 0xFFFFFFFFu));
+
 TEST_F(CameraTest, MissingInfoFileIsAnUnsupportedTelevision)
 {
     CameraSettings settings;
@@ -65,6 +93,7 @@ TEST_F(CameraTest, MissingInfoFileIsAnUnsupportedTelevision)
     EXPECT_TRUE(HasLine(m_log, 1, "CKelVeskCamera", "fail to open info file\n"));
     EXPECT_TRUE(HasLine(m_log, 4, "CKelVeskCamera", kUnsupported));
     EXPECT_EQ(settings.tv_platform, 0u);
+    EXPECT_FALSE(settings.offers_signal_types);
     EXPECT_EQ(settings.video_mode, 1u);
 }
 

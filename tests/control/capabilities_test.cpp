@@ -15,7 +15,7 @@ class Capability : public ControlTest, public testing::WithParamInterface<Row> {
 TEST_P(Capability, IsAnsweredAsInTheTable)
 {
     const Row row = GetParam();
-    m_settings.tv_platform = 4;
+    m_settings.offers_signal_types = false;
     const std::string number = std::to_string(static_cast<int>(row.capability));
     EXPECT_EQ(AnswerCapability(m_settings, static_cast<CAM_CAPABILITY>(row.capability)),
               row.answer);
@@ -38,12 +38,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{12, false, true}, Row{0xFFFFFFFF, false, true}),
     [](const auto& row) { return "Number" + std::to_string(row.param.capability); });
 
-class SignalTypeCapability : public ControlTest, public testing::WithParamInterface<unsigned> {};
+class SignalTypeCapability : public ControlTest, public testing::WithParamInterface<bool> {};
 
-TEST_P(SignalTypeCapability, SwitchesOnlyPlatformFiveToSignalTypes)
+TEST_P(SignalTypeCapability, SwitchesOnlyATelevisionThatOffersIt)
 {
-    m_settings.tv_platform = GetParam();
-    const bool offered = GetParam() == 5;
+    const bool offered = GetParam();
+    m_settings.offers_signal_types = offered;
     EXPECT_EQ(AnswerCapability(m_settings, CAM_CAPABILITY_SIGNAL_TYPE), offered);
     EXPECT_EQ(m_settings.use_signal_type, offered ? 1u : 0u);
     EXPECT_EQ(m_log.Contains("Enable CAM_SIGNAL_TYPE mode \r\n"), offered);
@@ -52,11 +52,11 @@ TEST_P(SignalTypeCapability, SwitchesOnlyPlatformFiveToSignalTypes)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Platforms, SignalTypeCapability, testing::Range(0u, 7u));
+INSTANTIATE_TEST_SUITE_P(Televisions, SignalTypeCapability, testing::Bool());
 
 TEST_F(ControlTest, OtherPlatformsKeepTheSignalTypeConfigurationTheyHave)
 {
-    m_settings.tv_platform = 4;
+    m_settings.offers_signal_types = false;
     m_settings.use_signal_type = 1;
     EXPECT_FALSE(AnswerCapability(m_settings, CAM_CAPABILITY_SIGNAL_TYPE));
     EXPECT_EQ(m_settings.use_signal_type, 1u);
