@@ -14,13 +14,18 @@ enum CAM_STATE : std::uint32_t {
     CAM_STATE_RECORDING = 3,     ///< between a successful StartRecording and StopRecording
 };
 
+/// Sampling rate of CAM_STREAM_PCM in Hz, the only one there is.
+constexpr std::int32_t kCamAudioRate = 24000;
+/// Channels of CAM_STREAM_PCM.
+constexpr unsigned char kCamAudioChannels = 2;
+
 /// Kind of elementary stream a frame belongs to, and the one an observer asks
 /// for. Values 4, 6, 10, 11 and 13 to 17 have no name but can be observed;
 /// values above 17 are refused.
 enum CAM_STREAM : std::uint32_t {
-    /// Microphone: blocks of 960 bytes, which are 10 ms of two channels at
-    /// 24000 Hz, signed 16-bit little-endian, interleaved. Flows only in
-    /// recordings with sound, see ICameraSubject::StartRecording.
+    /// Microphone: blocks of 960 bytes, which are 10 ms of kCamAudioChannels
+    /// channels at kCamAudioRate, signed 16-bit little-endian, interleaved. Flows
+    /// only in recordings with sound, see ICameraSubject::StartRecording.
     CAM_STREAM_PCM = 0,
     /// H.264 byte stream (ISO/IEC 14496-10 Annex B) of the main encoder, one
     /// access unit a record. In recordings with sound a key frame comes as three

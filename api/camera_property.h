@@ -13,6 +13,10 @@ struct CAM_PROP_VALUE {
 };
 static_assert(sizeof(CAM_PROP_VALUE) == 12, "CAM_PROP_VALUE crosses the binary interface");
 
+/// Device units (arc seconds) in a step of CAM_PROPERTY_PAN and
+/// CAM_PROPERTY_TILT.
+constexpr std::int32_t kCamPtzUnitsPerStep = 3600;
+
 /// Property identifiers. "get" and "set" say which operation knows the id;
 /// the other one fails and changes nothing.
 ///

@@ -23,8 +23,6 @@ constexpr char kVendorName[] = "MERIDOX";
 constexpr char kModelName[] = "TORVIK";
 constexpr char kMainsFrequencyPath[] = "/dtv/cm_frequency";
 constexpr unsigned long kReenumerationSeconds = 1;
-constexpr unsigned char kAudioChannels = 2;
-constexpr unsigned kAudioRate = 24000;
 
 }  // namespace
 
@@ -120,7 +118,7 @@ bool CKelVeskCamera::OpenAdapters()
     // A recording goes on with the reopened audio stream.
     const bool audio_was_read = audio_capture_thread != nullptr;
     StopAudioThread();
-    if (audio != nullptr && audio->ConfigureDev(kAudioChannels, kAudioRate, 0)) {
+    if (audio != nullptr && audio->ConfigureDev(kCamAudioChannels, kCamAudioRate, 0)) {
         CAM_LOG_AS(kFunction, kLogDebugging, "Succeeded to open audio streaming.\r\n");
         if (audio_was_read)
             StartAudioThread(audio);

@@ -20,7 +20,6 @@ constexpr std::uint32_t kBitsPerKilobit = 1000;
 constexpr unsigned char kMainTarget = 0;
 constexpr unsigned char kSubTarget = 1;
 constexpr unsigned kSubBitrate = 800;  // kbit/s
-constexpr unsigned char kAudioChannels = 2;
 constexpr unsigned long kAudioSettleMs = 10;
 
 }  // namespace
@@ -169,7 +168,7 @@ bool CKelVeskCamera::StartAudio()
     }
     if (m_State == CAM_STATE_DISCONNECTED)
         return true;
-    if (!audio->ConfigureDev(kAudioChannels, m_settings.audio_rate, 0)) {
+    if (!audio->ConfigureDev(kCamAudioChannels, m_settings.audio_rate, 0)) {
         CAM_LOG_AS(kStart, kLogDebugging, "Failed to open audio streaming.\r\n");
         return false;
     }

@@ -17,7 +17,7 @@ struct CameraSettings {
     std::uint16_t width = 640;
     std::uint16_t height = 480;
     std::uint32_t mic_volume = 30;  ///< percent
-    std::uint32_t audio_rate = 24000;
+    std::uint32_t audio_rate = kCamAudioRate;
     std::uint32_t reserved_setting_1 = 2;
     std::uint32_t reserved_setting_2 = 0;
     /// Computed by each start: option bits of the controller, whether there is

@@ -13,8 +13,6 @@
 namespace host {
 namespace {
 
-constexpr int kUnitsPerStep = 3600;
-
 std::optional<std::int32_t> Read(Host& host, ICameraSubject& camera, const PropertyInfo& property)
 {
     if (property.reading == Reading::kFromDevice) {
@@ -24,7 +22,7 @@ std::optional<std::int32_t> Read(Host& host, ICameraSubject& camera, const Prope
         if (!device || commands.GetPTZ_Pos(device.get(), kControlTiltAbsolute, &value) != 0) {
             return std::nullopt;
         }
-        return value / kUnitsPerStep;
+        return value / kCamPtzUnitsPerStep;
     }
     CAM_PROP_VALUE value = {0, {0, 0}};
     if (!camera.GetProperty(property.id, &value)) {

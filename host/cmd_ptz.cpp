@@ -20,13 +20,13 @@ struct Axis {
     const std::string PtzOptions::*wish;
 };
 
-constexpr int kPanSteps = INT32_MAX / 3600;
+constexpr int kPanSteps = INT32_MAX / kCamPtzUnitsPerStep;
 
 constexpr std::array<Axis, 4> kAxes = {{
     // Pan before tilt: setting pan sends the tilt along, cut to fewer bits, and
     // setting the tilt afterwards puts that right.
-    {"pan", kControlPanAbsolute, 3600, -kPanSteps, kPanSteps, &PtzOptions::pan},
-    {"tilt", kControlTiltAbsolute, 3600, -kPanSteps, kPanSteps, &PtzOptions::tilt},
+    {"pan", kControlPanAbsolute, kCamPtzUnitsPerStep, -kPanSteps, kPanSteps, &PtzOptions::pan},
+    {"tilt", kControlTiltAbsolute, kCamPtzUnitsPerStep, -kPanSteps, kPanSteps, &PtzOptions::tilt},
     {"zoom", kControlZoomAbsolute, 1, 0, 65535, &PtzOptions::zoom},
     {"focus", kControlFocusAbsolute, 1, 0, 65535, &PtzOptions::focus},
 }};

@@ -115,10 +115,10 @@ void MovieFile::AddStream(bool video, const Bytes& parameterSets, const Bytes& f
     if (!video) {
         parameters->codec_type = AVMEDIA_TYPE_AUDIO;
         parameters->codec_id = AV_CODEC_ID_PCM_S16LE;
-        parameters->sample_rate = kAudioRate;
+        parameters->sample_rate = kCamAudioRate;
         parameters->bits_per_coded_sample = 16;
-        parameters->block_align = kAudioChannels * 2;
-        av_channel_layout_default(&parameters->ch_layout, kAudioChannels);
+        parameters->block_align = kCamAudioChannels * 2;
+        av_channel_layout_default(&parameters->ch_layout, kCamAudioChannels);
         m_audio_stream = stream->index;
         return;
     }

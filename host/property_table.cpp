@@ -2,6 +2,7 @@
 
 #include <climits>
 
+#include "api/cam_types.h"
 #include "host/host_error.h"
 #include "host/name_list.h"
 
@@ -9,7 +10,7 @@ namespace host {
 
 const std::vector<PropertyInfo>& Properties()
 {
-    constexpr std::int32_t kPanSteps = INT32_MAX / 3600;
+    constexpr std::int32_t kPanSteps = INT32_MAX / kCamPtzUnitsPerStep;
     using F = ValueForm;
     using R = Reading;
     static const std::vector<PropertyInfo> table = {
@@ -22,8 +23,8 @@ const std::vector<PropertyInfo>& Properties()
         {CAM_PROPERTY_RESOLUTION, "resolution", "pixels", F::kSize, 0, INT32_MAX, R::kPlain, true,
          "of the next recording; restarts a running one"},
         {CAM_PROPERTY_MICVOLUME, "mic-volume", "%", F::kNumber, 0, 100, R::kPlain, true, ""},
-        {CAM_PROPERTY_AUDIO_RATE, "audio-rate", "Hz", F::kNumber, 24000, 24000, R::kPlain, true,
-         "fixed"},
+        {CAM_PROPERTY_AUDIO_RATE, "audio-rate", "Hz", F::kNumber, kCamAudioRate, kCamAudioRate,
+         R::kPlain, true, "fixed"},
         {CAM_PROPERTY_ZOOM, "zoom", "device units", F::kNumber, 0, 65535, R::kPlain, true, ""},
         {CAM_PROPERTY_PAN, "pan", "steps", F::kNumber, -kPanSteps, kPanSteps, R::kPlain, true,
          "step: 3600 arc seconds"},

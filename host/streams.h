@@ -50,10 +50,8 @@ constexpr std::array<SignalInfo, 9> kSignals = {{
 /// Throws a usage error that lists the names.
 const SignalInfo& SignalByName(const std::string& name);
 
-/// The microphone's format: 24 kHz, 16-bit, stereo.
-constexpr int kAudioRate = 24000;
-constexpr int kAudioChannels = 2;
-constexpr int kAudioBytesPerMs = kAudioRate / 1000 * kAudioChannels * 2;
+/// The microphone's bytes, of 16 bits a sample, in a millisecond.
+constexpr int kAudioBytesPerMs = kCamAudioRate / 1000 * kCamAudioChannels * 2;
 
 }  // namespace host
 
