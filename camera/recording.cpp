@@ -5,7 +5,7 @@
 #include "camera/camera.h"
 #include "camera/stream_combinations.h"
 #include "camera/tv_platforms.h"
-#include "devcmd/command_frames.h"
+#include "control/send_frame.h"
 #include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 #include "runtime/process_locks.h"
@@ -132,17 +132,13 @@ void CKelVeskCamera::ConfigureSignalType()
 
 void CKelVeskCamera::SendSignalType(unsigned char code)
 {
-    MmpFrame frame = MmpSignalType(code);
-    video_capturer.load()->KelCommandSend(kXuMmpCommand, frame.data(),
-                                          static_cast<unsigned char>(frame.size()));
+    SendFrame(*video_capturer.load(), kXuMmpCommand, MmpSignalType(code));
 }
 
 void CKelVeskCamera::SelectStreamTarget(unsigned char stream)
 {
     CAM_LOG_AS(kStart, kLogDebugging, "Set stream target(ID)=%d\r\n", stream);
-    MmpFrame frame = MmpStreamTarget(stream);
-    if (video_capturer.load()->KelCommandSend(kXuMmpCommand, frame.data(),
-                                              static_cast<unsigned char>(frame.size())) < 0)
+    if (SendFrame(*video_capturer.load(), kXuMmpCommand, MmpStreamTarget(stream)) < 0)
         CAM_LOG_AS(kStart, kLogFatal, "Failed to set video mode.\r\n");
 }
 

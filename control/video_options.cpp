@@ -1,6 +1,6 @@
 #include "control/video_options.h"
 
-#include "devcmd/command_frames.h"
+#include "control/send_frame.h"
 
 int SetVideoOption(const ControlContext& context, std::uint32_t options)
 {
@@ -8,10 +8,8 @@ int SetVideoOption(const ControlContext& context, std::uint32_t options)
         LogUnreachable(__func__);
         return -1;
     }
-    MmpFrame frame = MmpSetVideoOption(options);
     CAM_LOG(kLogDebugging, "SetVideoOption = 0x%X", options);
-    return context.video->KelCommandSend(kXuMmpCommand, frame.data(),
-                                         static_cast<unsigned char>(frame.size()));
+    return SendFrame(*context.video, kXuMmpCommand, MmpSetVideoOption(options));
 }
 
 int GetVideoOption(const ControlContext& context, std::uint32_t* options)
@@ -22,11 +20,10 @@ int GetVideoOption(const ControlContext& context, std::uint32_t* options)
         return -1;
     }
     MmpFrame frame = MmpQueryVideoOption();
-    constexpr auto kLength = static_cast<unsigned char>(frame.size());
-    int result = context.video->KelCommandSend(kXuMmpCommand, frame.data(), kLength);
+    int result = SendFrame(*context.video, kXuMmpCommand, frame);
     if (result < 0)
         return result;
-    result = context.video->KelCommandGet(kXuMmpResult, frame.data(), kLength);
+    result = ReceiveFrame(*context.video, kXuMmpResult, frame);
     if (result < 0)
         return result;
     *options = ReadLe32(frame.data() + 1);
