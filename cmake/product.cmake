@@ -1,6 +1,6 @@
 # The shared library. Its objects are a library of their own, so that unit
 # tests link the very objects that ship.
-set(PRODUCT_FOLDERS runtime usb devcmd video audio firmware control camera)
+set(PRODUCT_FOLDERS runtime usb devcmd video audio firmware control control/properties camera)
 set(PRODUCT_SOURCES)
 foreach(folder IN LISTS PRODUCT_FOLDERS)
     file(GLOB folder_sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)

@@ -1,12 +1,10 @@
 #include "control/property_setting.h"
 
+#include "control/property_rows.h"
 #include "runtime/sleep.h"
 
 namespace {
 
-constexpr char kFunction[] = "SetProperty";
-/// What SetProperty knows; ids above it can only be read.
-constexpr unsigned kLastSettable = 68;
 constexpr unsigned long kRestartPauseMicroseconds = 30000;
 
 void RestartRecording(const ControlContext& context)
@@ -33,13 +31,44 @@ bool MeetsNeeds(const ControlContext& context, Needs needs)
         break;
     }
     if (!met)
-        LogUnreachable(kFunction);
+        LogUnreachable(kSetProperty);
     return met;
 }
 
-bool Perform(const ControlContext& context, const PropertyRow& row, const CAM_PROP_VALUE& value)
+/// Logs, checks and records.
+Verdict Prepare(const ControlContext& context, const PropertyRow& row, const CAM_PROP_VALUE& value)
 {
-    switch (row.prepare(context, row.id, value)) {
+    const StoredValue& stored = row.stored;
+    if (row.text != nullptr)
+        CAM_LOG_AS(kSetProperty, kLogDebugging, row.text, value.value);
+    if (!stored.range.Holds(value.value)) {
+        CAM_LOG_AS(kSetProperty, kLogDebugging, stored.range.complaint, value.value);
+        return stored.range.outside == Outside::kIgnored ? Verdict::kSucceed : Verdict::kFail;
+    }
+    const Verdict verdict = row.check == nullptr ? Verdict::kApply : row.check(context, value);
+    if (verdict == Verdict::kApply && stored.recorded == Recorded::kFirst)
+        stored.member.Set(context.settings, value.value);
+    return verdict;
+}
+
+bool Apply(const ControlContext& context, const PropertyRow& row, const CAM_PROP_VALUE& value)
+{
+    if (!MeetsNeeds(context, row.needs))
+        return false;
+    if (row.needs == Needs::kRecording)
+        RestartRecording(context);  // whatever comes of it, the property is set
+    if (row.apply != nullptr && !row.apply(context, value))
+        return false;
+    if (row.stored.recorded == Recorded::kWhenApplied)
+        row.stored.member.Set(context.settings, value.value);
+    return true;
+}
+
+bool Perform(const ControlContext& context, const PropertyRow& row, CAM_PROP_VALUE value)
+{
+    if (row.stored.range.outside == Outside::kCut)
+        value.value = row.stored.range.Cut(value.value);
+    switch (Prepare(context, row, value)) {
     case Verdict::kSucceed:
         return true;
     case Verdict::kFail:
@@ -47,11 +76,7 @@ bool Perform(const ControlContext& context, const PropertyRow& row, const CAM_PR
     case Verdict::kApply:
         break;
     }
-    if (!MeetsNeeds(context, row.needs))
-        return false;
-    if (row.needs == Needs::kRecording)
-        RestartRecording(context);  // whatever comes of it, the property is set
-    return row.apply == nullptr || row.apply(context, value);
+    return Apply(context, row, value);
 }
 
 }  // namespace
@@ -59,23 +84,23 @@ bool Perform(const ControlContext& context, const PropertyRow& row, const CAM_PR
 bool ApplyProperty(const ControlContext& context, CAM_PROPERTY property,
                    const CAM_PROP_VALUE& value)
 {
-    CAM_LOG_AS(kFunction, kLogDebugging,
+    CAM_LOG_AS(kSetProperty, kLogDebugging,
                "CKelVeskCamera::SetProperty prop=0x%X, param->value=0x%X, param->res[0]=0x%X, "
                "param->res[1]=0x%X\r\n",
                static_cast<unsigned>(property), static_cast<unsigned>(value.value),
                static_cast<unsigned>(value.res[0]), static_cast<unsigned>(value.res[1]));
 
-    const PropertyRow* const row = property <= kLastSettable ? FindProperty(property) : nullptr;
+    const PropertyRow* const row = FindProperty(property);
     bool result = false;
-    if (row == nullptr || row->prepare == nullptr)
-        CAM_LOG_AS(kFunction, kLogDebugging, "Not supported camera property\n");
+    if (row == nullptr || row->access == Access::kGet)
+        CAM_LOG_AS(kSetProperty, kLogDebugging, "Not supported camera property\n");
     else
         result = Perform(context, *row, value);
 
     if (result)
-        CAM_LOG_AS(kFunction, kLogDebugging, "Return true\r\n");
+        CAM_LOG_AS(kSetProperty, kLogDebugging, "Return true\r\n");
     else
-        CAM_LOG_AS(kFunction, kLogFatal, "Fail set property 0x%x\r\n",
+        CAM_LOG_AS(kSetProperty, kLogFatal, "Fail set property 0x%x\r\n",
                    static_cast<unsigned>(property));
     return result;
 }

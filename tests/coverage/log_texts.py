@@ -55,9 +55,10 @@ def texts_of(path):
     for call in LOG_CALL.finditer(text):
         literals = LITERAL.findall(call_arguments(text, call.end() - 1))
         found.update(literal for literal in literals if literal not in ("%s", "%s\\r\\n"))
-    # Texts kept in tables and constants end their line.
+    # Texts kept in tables and constants end their line or, in the rows of
+    # properties, with the value.
     found.update(literal for literal in LITERAL.findall(text)
-                 if literal.endswith("\\n") and len(literal) > 4)
+                 if re.search(r"(\\n|%d\]?)$", literal) and len(literal) > 4)
     return {unescape(literal) for literal in found if re.search(r"[A-Za-z]{3}", literal)
             and not literal.startswith("/")}
 
@@ -79,7 +80,7 @@ def main():
     total = 0
     for folder in PRODUCT:
         texts = set()
-        for path in sorted((root / folder).glob("*.cpp")) + sorted((root / folder).glob("*.h")):
+        for path in sorted((root / folder).rglob("*.cpp")) + sorted((root / folder).rglob("*.h")):
             texts |= texts_of(path)
         lost = [text for text in sorted(texts)
                 if not all(piece in asserted or piece.rstrip("\r\n") in loose
