@@ -1,9 +1,19 @@
 // A host that takes the selecting of alternate settings in front of libusb: the
 // release of the libusb behind says nothing about what it does.
 #include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <libusb.h>
 
-#include "usb/camera_device.h"
-#include "tests/devcmd/controller_fixture.h"
+#include <memory>
+
+#include "usb/usb_identity.h"
+#include "tests/support/bus_check.h"
+#include "tests/support/scripted_camera.h"
+#include "video/video_event_thread.h"
+#include "virtual_camera/standin/bus.h"
+
+using test_support::ScriptedCamera;
+using vcam::standin::Bus;
 
 namespace {
 
@@ -22,23 +32,22 @@ extern "C" int LIBUSB_CALL libusb_set_interface_alt_setting(libusb_device_handle
 
 namespace {
 
-class InterposedSetting : public BusTest {
-};
-
-TEST_F(InterposedSetting, NeedsNoLookAtTheDeviceList)
+TEST(InterposedSetting, NeedsNoLookAtTheDeviceList)
 {
-    m_bus.SetVersion(26, 11724);  // one that must not be asked for an absent device
-    UsbContext context;
-    CameraDevice camera(context);
-    ASSERT_TRUE(camera.Open(TORVIK_CAM_VENDOR_ID, TORVIK_CAM_PRODUCT_ID));
-    ASSERT_EQ(camera.Claim(0), 0);
-    camera.HeedLoss();
-    EXPECT_EQ(camera.SelectSetting(0, 0), 0);
-    EXPECT_EQ(g_selected, 1);
-    EXPECT_EQ(m_bus.CallCount("libusb_set_interface_alt_setting"), 1U);
-    EXPECT_EQ(m_bus.CallCount("libusb_get_device_list"), 0U);
-    camera.Close();
-    context.Exit();
+    Bus& bus = Bus::Instance();
+    bus.Attach(std::make_shared<ScriptedCamera>());
+    bus.SetVersion(26, 11724);  // one that must not be asked for an absent device
+    auto transport = std::make_unique<CKEL_CAM_LIB>();
+    ASSERT_EQ(transport->Init(CAM_VENDOR_ID, CAM_PRODUCT_ID), 0);
+    bus.FailCall("libusb_control_transfer", 1, LIBUSB_ERROR_NO_DEVICE);
+    ASSERT_EQ(transport->RequestKeyFrame(), 0) << "the sign that the device is gone";
+    transport->DisableStream();
+    EXPECT_EQ(g_selected, 2) << "by the opening, too";
+    EXPECT_EQ(bus.CallCount("libusb_set_interface_alt_setting"), 2U);
+    EXPECT_EQ(bus.CallCount("libusb_get_device_list"), 0U);
+    transport.reset();
+    EXPECT_TRUE(test_support::BusIsClean());
+    bus.Reset();
 }
 
 }  // namespace

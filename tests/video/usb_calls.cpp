@@ -66,6 +66,15 @@ std::vector<std::string> CallLines(const std::string& word)
     return lines;
 }
 
+std::vector<std::string> LookAndSettingLines()
+{
+    std::vector<std::string> lines;
+    for (std::string& line : CallLines())
+        if (line.find("device_list") != std::string::npos || line.compare(0, 8, "setting ") == 0)
+            lines.push_back(std::move(line));
+    return lines;
+}
+
 std::vector<std::string> LogLines(const test_support::LogCapture& log)
 {
     std::vector<std::string> lines;

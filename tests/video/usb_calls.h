@@ -14,6 +14,9 @@ std::string Describe(const vcam::standin::Call& call);
 std::vector<std::string> CallLines();
 /// Those that begin with the word.
 std::vector<std::string> CallLines(const std::string& word);
+/// Those that look through the device list or choose an alternate setting. A
+/// look is two lines.
+std::vector<std::string> LookAndSettingLines();
 
 /// The log as "function/level: message", messages byte for byte.
 std::vector<std::string> LogLines(const test_support::LogCapture& log);
