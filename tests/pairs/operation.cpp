@@ -24,10 +24,10 @@ bool LoadersOfRetry(const Scene& scene, const Caller& who, const Call&)
     return who.role == Role::kLoader && scene.Retried();
 }
 
-/// What the loader that watched does when the camera is gone.
+/// What the loader that watched does from the answer on that the camera is gone.
 bool LoaderThatWatched(const Scene& scene, const Caller& who, const Call&)
 {
-    return who.role == Role::kLoader && who.number <= scene.LoadersBefore() && scene.Lost();
+    return who.role == Role::kLoader && who.number <= scene.LoadersBefore() && scene.LossSeen();
 }
 
 /// Transfers that end because the camera is gone.

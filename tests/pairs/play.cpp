@@ -214,7 +214,8 @@ void Play(const Trial& trial, int report_file)
         WaitUntilCalm(scene, true);
 
         watchdog.Expect("the two, after the gate was opened");
-        scene.TheGate().Open();
+        if (!trial.never_open)
+            scene.TheGate().Open();
         scene.JoinHosts();
         WaitUntilCalm(scene, false);
         CheckResult(report, "held", row.held, row.held_result, held);

@@ -27,6 +27,8 @@ const Row kRows[] = {
      "not found, or found and lost, or lost while it was opened and once more when noticed"},
     {kInit, kNew, kReplug, kNothing, kNothing, "1|[01]?0", "KD",
      "as unplug; or the loader opens what came back"},
+    {kInit, kNew, kDownload, kNothing, kNothing, "11?", "K",
+     "the first loader brings the boot loader up, or the second, or nobody looks any more"},
     {kInit, kNew, kVersion, kNothing, kTrue, "1", "K", "asks, or answers 0 before there is a handle"},
     {kInit, kNew, kDestroy, kNothing, kNothing, "1", "-", "waits until the search is over"},
     {kInit, kNew, kDestroyBehindInit, kNothing, kNothing, "1", "-",
@@ -43,6 +45,7 @@ const Row kRows[] = {
     {kInit, kRecording, kLoss, kNothing, kNothing, "[01]?0", "D",
      "the old loader has ended, so the new one notices, searching or watching"},
     {kInit, kRecording, kReplug, kNothing, kNothing, "1|[01]?0", "KD", "as on a new object"},
+    {kInit, kRecording, kDownload, kNothing, kNothing, "11?", "K", "as on a new object"},
     {kInit, kRecording, kVersion, kNothing, kTrue, "1", "K", "as on a new object"},
 
     // The call-back that retries.
@@ -64,8 +67,8 @@ const Row kRows[] = {
     {kRetry, kAbsent, kVersion, kNothing, kTrue, "01", "K", "of whichever loader is there"},
     {kRetry, kAbsent, kDestroy, kNothing, kNothing, "01?", "-",
      "waits for the call-back, whose Init starts nothing, or for the retry's loader"},
-    {kRetry, kAbsent, kDestroyBehindInit, kNothing, kNothing, "01?", "-",
-     "as cam_destroy; neither of the Inits starts anything"},
+    {kRetry, kAbsent, kDestroyBehindInit, kNothing, kNothing, "01{0,2}", "-",
+     "as cam_destroy; an Init starts nothing afterwards, though it may have before"},
     {kRetry, kMute, kInit, kNothing, kNothing, "000?", "D",
      "adapters are made once, so the camera stays without sound; the loader still watches"},
     {kRetry, kMute, kVersion, kNothing, kTrue, "00", "D", "of whichever loader is there"},
@@ -73,8 +76,9 @@ const Row kRows[] = {
      "as where the camera was absent; the first loader has its handle to give back"},
 
     // StartRecording. Its steps all hold the locks.
-    {kStart, kReady, kInit, kTrue, kNothing, "", "R", "refused: still CONNECTED"},
-    {kStart, kReady, kRetry, kTrue, kNothing, "", "R", "refused: still CONNECTED"},
+    {kStart, kReady, kInit, kTrue, kNothing, "1?", "KR",
+     "refused while still CONNECTED; when only the LED is left, the loader waits"},
+    {kStart, kReady, kRetry, kTrue, kNothing, "1?", "KR", "as Init: nothing to retry"},
     {kStart, kReady, kStart, kTrue, kTrue, "", "R", "waits, then true without effect"},
     {kStart, kReady, kStop, kTrue, kTrue, "", "K", "waits and stops"},
     {kStart, kReady, kRestart, kTrue, kTrue, "", "R", "waits and restarts"},
@@ -82,7 +86,8 @@ const Row kRows[] = {
     {kStart, kReady, kReplug, kAny, kNothing, "0", "D", "true or false, the camera stays lost"},
     {kStart, kReady, kLoss, kAny, kNothing, "0", "D", "the watch waits to stop what has started"},
     {kStart, kReady, kVersion, kTrue, kTrue, "", "R", "waits"},
-    {kStart, kReady, kDownload, kTrue, kNothing, "", "R", "refused: still CONNECTED"},
+    {kStart, kReady, kDownload, kTrue, kNothing, "1?", "KR",
+     "as Init; the boot loader is left alone or brought up"},
 
     // StopRecording.
     {kStop, kRecording, kInit, kTrue, kNothing, "1", "K", "the loader waits with the adapters"},

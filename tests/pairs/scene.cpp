@@ -246,7 +246,7 @@ bool Scene::Counts(const Call& call, const Caller& who) const
 
 void Scene::Before(const Call& call, const Caller& who)
 {
-    if (m_destroyed && who.role != Role::kHost)
+    if (m_destroyed && who.role != Role::kHost && !m_called_late.exchange(true))
         m_complain(who.Name() + " calls " + call.function + " after cam_destroy");
     if (Counts(call, who))
         m_gate.Pass(who, call.function);
@@ -256,6 +256,11 @@ void Scene::After(const Call& call, const Caller& who)
 {
     if (who.role != Role::kLoader)
         return;
+    if (m_lost && IsWatch(call) && call.result < 0) {
+        m_loss_seen = true;
+        if (Counts(call, who))
+            m_gate.Pass(who, "the end of " + call.function);
+    }
     const std::lock_guard<std::mutex> guard(m_mutex);
     if (call.function == "libusb_open") {
         if (call.result < 0)
@@ -271,28 +276,32 @@ void Scene::After(const Call& call, const Caller& who)
 }
 
 /// A thread of the library that has made no call yet may be a loader; one that
-/// never makes any is a capture thread.
-bool Scene::StrangersMove(const std::vector<Caller>& known)
+/// sleeps again and again without any is a capture thread.
+bool Scene::StrangersAreCalm(const std::vector<Caller>& known, bool waiting_will_do)
 {
-    static constexpr std::chrono::milliseconds kYoung{200};
-    const auto now = std::chrono::steady_clock::now();
-    bool move = false;
+    static constexpr unsigned kSleepsOfCapture = 40;
+    bool calm = true;
     for (const pid_t task : Tasks()) {
         if (std::count(m_tasks_before.begin(), m_tasks_before.end(), task) > 0 ||
             std::any_of(known.begin(), known.end(),
                         [task](const Caller& caller) { return caller.thread == task; }))
             continue;
-        const auto first_seen = m_strangers.emplace(task, now).first->second;
-        move = move || (now - first_seen < kYoung && !SleepWatch::Asleep(task));
+        // A busy machine may keep it from its first call for long: then it does
+        // not sleep.
+        const bool waits = m_sleep_watch.Waits(task);
+        const bool asleep = m_sleep_watch.Asleep(task);
+        unsigned& sleeps = m_strangers[task];
+        sleeps += asleep ? 1 : 0;
+        calm = calm && asleep && (sleeps >= kSleepsOfCapture || (waits && waiting_will_do));
     }
-    return move;
+    return calm;
 }
 
 bool Scene::IsCalm(bool waiting_will_do)
 {
     const std::vector<Caller> all = m_callers.All();
     const auto held = m_gate.Held();
-    bool calm = !StrangersMove(all);
+    bool calm = StrangersAreCalm(all, waiting_will_do);
     for (const Caller& caller : all) {
         if (held && held->thread == caller.thread)
             continue;

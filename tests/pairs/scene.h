@@ -4,7 +4,6 @@
 #define TESTS_PAIRS_SCENE_H
 
 #include <atomic>
-#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -68,6 +67,8 @@ public:
     bool Retried() const { return m_retried; }
     /// The camera that was there has left.
     bool Lost() const { return m_lost; }
+    /// And a loader's watch was told so.
+    bool LossSeen() const { return m_loss_seen; }
     bool Destroyed() const { return m_destroyed; }
     bool HostFinished(pid_t host) const;
     /// What was told to the call-back since Prepare: '1' ready, '0' not.
@@ -97,7 +98,7 @@ private:
     bool Counts(const Call& call, const Caller& who) const;
     void Create();
     void InitAndWait();
-    bool StrangersMove(const std::vector<Caller>& known);
+    bool StrangersAreCalm(const std::vector<Caller>& known, bool waiting_will_do);
 
     const From m_from;
     const Name m_held;
@@ -117,14 +118,16 @@ private:
     std::atomic<unsigned> m_resolutions{0};
     std::atomic<bool> m_retried{false};
     std::atomic<bool> m_lost{false};
+    std::atomic<bool> m_loss_seen{false};
     std::atomic<bool> m_destroyed{false};
+    std::atomic<bool> m_called_late{false};
 
     /// @name Of the thread that drives the scene
     /// @{
     std::vector<pid_t> m_tasks_before;
     SleepWatch m_sleep_watch;
     std::map<pid_t, unsigned> m_answers;
-    std::map<pid_t, std::chrono::steady_clock::time_point> m_strangers;
+    std::map<pid_t, unsigned> m_strangers;  ///< how often each was seen asleep
     /// @}
 
     mutable std::mutex m_mutex;  // a leaf; guards everything below

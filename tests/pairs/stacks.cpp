@@ -1,5 +1,6 @@
 #include "tests/pairs/stacks.h"
 
+#include <cxxabi.h>
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <poll.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <regex>
 #include <sstream>
@@ -70,19 +72,27 @@ std::string NameOf(pid_t thread, const Callers& callers)
            found->last_call;
 }
 
-/// The output of addr2line for one place, or nothing.
+/// The function at a place in a file, or nothing.
 std::string FunctionAt(const std::string& object, const std::string& offset)
 {
-    const std::string command =
-        "addr2line -Cfp -e '" + object + "' " + offset + " 2>/dev/null";
-    std::string text;
+    const std::string command = "addr2line -Cf -e '" + object + "' " + offset + " 2>/dev/null";
+    std::string name;
     if (std::FILE* const pipe = popen(command.c_str(), "r")) {
         char line[512];
         if (std::fgets(line, sizeof line, pipe) != nullptr)
-            text = line;
+            name = line;
         pclose(pipe);
     }
-    return text.find("??") == 0 ? "" : text.substr(0, text.find('\n'));
+    return name.find("??") == 0 ? "" : name.substr(0, name.find('\n'));
+}
+
+std::string Demangled(const std::string& symbol)
+{
+    int status = 0;
+    char* const name = abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status);
+    const std::string result = name != nullptr ? name : symbol;
+    std::free(name);
+    return result;
 }
 
 }  // namespace
@@ -123,17 +133,17 @@ void WriteStackOfCrash(int file)
 
 std::string NameFrames(const std::string& text)
 {
-    static const std::regex frame(R"(^(/[^(]*)\((\S*)\+(0x[0-9a-f]+)\)\[0x[0-9a-f]+\]$)");
+    static const std::regex frame(R"(^([^(]+)\((\S*)\+(0x[0-9a-f]+)\)\[0x[0-9a-f]+\]$)");
     std::istringstream lines(text);
     std::string named;
     for (std::string line; std::getline(lines, line);) {
         std::smatch match;
-        std::string function;
-        if (std::regex_match(line, match, frame) && match[2].length() == 0)
-            function = FunctionAt(match[1], match[3]);
-        if (!function.empty()) {
+        if (std::regex_match(line, match, frame)) {
             const std::string object = match[1];
-            line = "    " + function + "  [" + object.substr(object.rfind('/') + 1) + "]";
+            const std::string function =
+                match[2].length() != 0 ? Demangled(match[2]) : FunctionAt(object, match[3]);
+            if (!function.empty())
+                line = "    " + function + "  [" + object.substr(object.rfind('/') + 1) + "]";
         }
         named += line + "\n";
     }

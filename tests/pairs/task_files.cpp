@@ -68,16 +68,13 @@ bool SleepWatch::Waits(pid_t thread)
     const auto now = std::chrono::steady_clock::now();
     const Status status = StatusOf(thread);
     Seen& seen = m_seen[thread];
-    if (status.state != 'S' || status.switches != seen.switches) {
-        seen = {status.switches, now};
+    const bool asleep = status.state == 'S';
+    if (!asleep || status.switches != seen.switches) {
+        seen = {asleep, status.switches, now};
         return false;
     }
+    seen.asleep = true;
     return now - seen.since >= kPause;
-}
-
-bool SleepWatch::Asleep(pid_t thread)
-{
-    return StatusOf(thread).state == 'S';
 }
 
 }  // namespace pairs

@@ -25,11 +25,12 @@ public:
 
     /// To be asked again and again.
     bool Waits(pid_t thread);
-    /// Whether it was asleep when last looked at.
-    static bool Asleep(pid_t thread);
+    /// Whether it was asleep when it was last asked about.
+    bool Asleep(pid_t thread) { return m_seen[thread].asleep; }
 
 private:
     struct Seen {
+        bool asleep = false;
         std::string switches;
         std::chrono::steady_clock::time_point since;
     };

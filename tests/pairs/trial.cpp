@@ -112,7 +112,7 @@ bool Read(const std::string& report, Verdict& verdict)
             verdict.failures.push_back(line.substr(5));
         } else if (line == "complete") {
             complete = true;
-        } else {
+        } else if (line != "stacks") {
             verdict.stacks += line + "\n";
         }
     }

@@ -15,11 +15,11 @@ namespace pairs {
 /// Longer than anything takes that ends at all.
 std::chrono::seconds TrialLimit();
 
-/// A trial that is a pair's, or what a test of the harness makes of one.
 struct Trial {
     const Row* row = nullptr;
     std::size_t step = 0;  ///< 0: nobody is held and nothing else runs; the steps are counted
     std::chrono::seconds limit = TrialLimit();
+    bool never_open = false;  ///< the gate stays closed, and the trial hangs
 };
 
 struct Verdict {
