@@ -11,7 +11,7 @@ struct VideoModeRow {
     std::uint32_t mode;
     unsigned char signal_code;
     const char* log_line;
-    const char* second_log_line;  ///< may be null
+    const char* second_log_line;       ///< may be null
     BitrateRange TvPlatform::*silent;  ///< when it has no sound, by platform
 };
 

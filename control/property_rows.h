@@ -12,7 +12,7 @@ extern const PropertyGroup kDiagnosisProperties;
 
 /// All of them. No id is in two.
 constexpr const PropertyGroup* kPropertyGroups[] = {
-    &kEncoderProperties, &kStreamProperties, &kPtzProperties,
+    &kEncoderProperties, &kStreamProperties,    &kPtzProperties,
     &kSoundProperties,   &kDiagnosisProperties,
 };
 

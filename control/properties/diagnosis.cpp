@@ -84,7 +84,9 @@ constexpr PropertyRow RecordedOnly(unsigned id)
     return {id, Access::kSet, Needs::kNothing, nullptr, {{&CameraSettings::recorded, id}}};
 }
 
+// clang-format off
 constexpr PropertyRow kRows[] = {
+    // id, access, needs, log line, stored value, apply, read, check
     {11, Access::kSet, Needs::kNothing, nullptr},
     RecordedOnly(12),
     RecordedOnly(13),
@@ -116,6 +118,7 @@ constexpr PropertyRow kRows[] = {
     {CAM_PROPERTY_CONNECTION_CHECK, Access::kGet, Needs::kNothing, nullptr,
      {}, nullptr, CheckConnection},
 };
+// clang-format on
 static_assert(IsConsistent(kRows), "ids rise, and each row has what it needs");
 
 }  // namespace

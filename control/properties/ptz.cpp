@@ -69,12 +69,15 @@ bool SendFrequency(const ControlContext& context, const CAM_PROP_VALUE& value)
     return context.video->SetPU(kPowerLineFrequencyControl, frequency->control_value) != 0;
 }
 
+// clang-format off
 constexpr PropertyRow kRows[] = {
+    // id, access, needs, log line, stored value, apply, read, check
     {CAM_PROPERTY_ZOOM, Access::kGetSet, Needs::kVideo, "ZOOM: %d\r\n", {}, SendZoom, ReadZoom},
     {CAM_PROPERTY_PAN, Access::kGetSet, Needs::kVideo, "PAN: %d\r\n", {}, SendPan, ReadPan},
     {CAM_PROPERTY_TILT, Access::kGetSet, Needs::kVideo, "TILT: %d\r\n", {}, SendTilt, ReadTilt},
     {CAM_PROPERTY_FREQUENCY, Access::kSet, Needs::kVideo, nullptr, {}, SendFrequency},
 };
+// clang-format on
 static_assert(IsConsistent(kRows), "ids rise, and each row has what it needs");
 
 }  // namespace

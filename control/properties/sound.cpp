@@ -14,7 +14,9 @@ bool SendVolume(const ControlContext& context, const CAM_PROP_VALUE& value)
     return false;
 }
 
+// clang-format off
 constexpr PropertyRow kRows[] = {
+    // id, access, needs, log line, stored value, apply, read, check
     {CAM_PROPERTY_MICVOLUME, Access::kGetSet, Needs::kAudio, "MICVOLUME: %d\r\n",
      {&CameraSettings::mic_volume,
       {0, kMaxVolume, Outside::kRefused, "Exceed Mic Volume Range.[%d]"},
@@ -23,6 +25,7 @@ constexpr PropertyRow kRows[] = {
     {CAM_PROPERTY_AUDIO_RATE, Access::kGetSet, Needs::kNothing, nullptr,
      {&CameraSettings::audio_rate, {kCamAudioRate, kCamAudioRate}}},
 };
+// clang-format on
 static_assert(IsConsistent(kRows), "ids rise, and each row has what it needs");
 
 }  // namespace

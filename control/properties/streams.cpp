@@ -94,7 +94,9 @@ bool TriggerStill(const ControlContext& context, const CAM_PROP_VALUE&)
     return SendFrame(*context.video, kXuMmpCommand, MmpTriggerJpeg()) >= 0;
 }
 
+// clang-format off
 constexpr PropertyRow kRows[] = {
+    // id, access, needs, log line, stored value, apply, read, check
     {CAM_PROPERTY_RESOLUTION, Access::kGetSet, Needs::kRecording, nullptr,
      {}, nullptr, ReadResolution, TakeResolution},
     {CAM_PROPERTY_SIGNAL_TYPE, Access::kSet, Needs::kRecording, "Set SIGNAL TYPE: %d\r\n",
@@ -109,6 +111,7 @@ constexpr PropertyRow kRows[] = {
       {INT32_MIN, kLastVideoMode, Outside::kRefused, kUnknownFormat}}},
     {CAM_PROPERTY_CROP_GRAY, Access::kSet, Needs::kNothing, nullptr, {}, CropGray},
 };
+// clang-format on
 static_assert(IsConsistent(kRows), "ids rise, and each row has what it needs");
 
 }  // namespace
