@@ -51,6 +51,9 @@ public:
     /// CAM_STATE_CONNECTED with its streams running. Sound then goes on with
     /// stamps that begin again at 0.
     ///
+    /// A search that the system has no memory or no thread for has failed: the
+    /// call-back is called with false before Init returns.
+    ///
     /// @param callback  called on the loader thread, with no lock held: true =
     ///        CAM_STATE_CONNECTED, false = CAM_STATE_DISCONNECTED, no usable
     ///        camera; and once more with false, recording having been stopped,

@@ -63,6 +63,7 @@ private:
     bool OpenAdapters();
     void ApplyMainsFrequency();
     void CallHost(bool ready);
+    void ReportUnstartedSearch();
     ControlContext Control();
 
     void EnterRecording();
@@ -102,6 +103,8 @@ private:
     /// that lock.
     std::atomic<pthread_t> m_video_deliverer{};
     std::atomic<pthread_t> m_audio_deliverer{};
+    /// The thread whose Init calls back because it could start no search, or 0.
+    std::atomic<pthread_t> m_reporting_init{};
     /// Published for tools that look into the process; see g_pData.
     unsigned char m_scratch[16] = {};
 };

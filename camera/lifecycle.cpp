@@ -65,11 +65,19 @@ void CKelVeskCamera::Init(void (*callback)(bool), int argument)
         return;
     }
     init_done_callback = callback;
-    if (!fw_loader.Restart(this, CamInitDoneCallback, this)) {
-        // Nobody will report; a host that waits for the search has to see its end.
-        CAM_STATE created = CAM_STATE_CREATED;
-        m_State.compare_exchange_strong(created, CAM_STATE_DISCONNECTED);
-    }
+    if (!fw_loader.Restart(this, CamInitDoneCallback, this))
+        ReportUnstartedSearch();
+}
+
+/// A search that the system has no memory or no thread for has failed.
+void CKelVeskCamera::ReportUnstartedSearch()
+{
+    // A call-back that tries again at once would come back here for ever.
+    if (pthread_equal(m_reporting_init, pthread_self()) != 0)
+        return;
+    m_reporting_init = pthread_self();
+    CamInitDoneCallback(kNoDevice, this);
+    m_reporting_init = pthread_t();
 }
 
 void CKelVeskCamera::CallHost(bool ready)

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "api/device_commands.h"
-#include "devcmd/usb_identity.h"
+#include "usb/usb_identity.h"
 #include "firmware/firmware_loader.h"
 #include "tests/memory/child.h"
 #include "tests/memory/parts_fixture.h"
