@@ -66,6 +66,7 @@ private:
     void ReportUnstartedSearch();
     ControlContext Control();
 
+    bool StartVideo(KelUvcCapture& video);
     void EnterRecording();
     void ConfigureVideoMode();
     void ConfigureSignalType();

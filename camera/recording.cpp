@@ -47,28 +47,8 @@ bool CKelVeskCamera::StartRecording()
         ConfigureVideoMode();
     else if (m_settings.use_signal_type == 1)
         ConfigureSignalType();
-
-    SelectStreamTarget(kMainTarget);
-    // A start that failed half-way leaves its thread, which reads from the ring
-    // that the configuration replaces.
-    StopVideoThread();
-    if (!video->ConfigureDev(m_settings.width, m_settings.height, kStreamFormat, kStreamFps)) {
-        CAM_LOG(kLogFatal, "Failed to config device. W=%d,H=%d,Fmt=%d,Fps=%d\r\n",
-                m_settings.width, m_settings.height, static_cast<int>(kStreamFormat),
-                static_cast<int>(kStreamFps));
+    if (!StartVideo(*video))
         return false;
-    }
-    video->SetBitrate(m_settings.bitrate / kBitsPerKilobit);
-    video->SetFramerate(m_settings.frame_rate);
-    if (TvPlatformOf(m_settings.tv_platform).has_sub_stream)
-        ConfigureSubStream();
-
-    video_capture_thread = new (std::nothrow) CVideoCaptureThread(
-        this, video, m_settings.tv_platform, m_settings.video_option_flag != 0);
-    if (video_capture_thread == nullptr)
-        return false;
-    video_capture_thread->Start(nullptr);
-
     if (audio_capture_thread == nullptr && m_settings.video_option_flag != 0 && !StartAudio())
         return false;
     CAudioCapture* const audio = audio_capturer;
@@ -77,6 +57,32 @@ bool CKelVeskCamera::StartRecording()
 
     EnterRecording();
     TurnOnOffLED(1);
+    return true;
+}
+
+/// The main stream and, on televisions that have it, the sub stream.
+bool CKelVeskCamera::StartVideo(KelUvcCapture& video)
+{
+    SelectStreamTarget(kMainTarget);
+    // A start that failed half-way leaves its thread, which reads from the ring
+    // that the configuration replaces.
+    StopVideoThread();
+    if (!video.ConfigureDev(m_settings.width, m_settings.height, kStreamFormat, kStreamFps)) {
+        CAM_LOG_AS(kStart, kLogFatal, "Failed to config device. W=%d,H=%d,Fmt=%d,Fps=%d\r\n",
+                   m_settings.width, m_settings.height, static_cast<int>(kStreamFormat),
+                   static_cast<int>(kStreamFps));
+        return false;
+    }
+    video.SetBitrate(m_settings.bitrate / kBitsPerKilobit);
+    video.SetFramerate(m_settings.frame_rate);
+    if (TvPlatformOf(m_settings.tv_platform).has_sub_stream)
+        ConfigureSubStream();
+
+    video_capture_thread = new (std::nothrow) CVideoCaptureThread(
+        this, &video, m_settings.tv_platform, m_settings.video_option_flag != 0);
+    if (video_capture_thread == nullptr)
+        return false;
+    video_capture_thread->Start(nullptr);
     return true;
 }
 

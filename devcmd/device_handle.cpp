@@ -17,6 +17,31 @@ void FreeList(libusb_device** list, ssize_t count)
     libusb_free_device_list(list, static_cast<int>(count));
 }
 
+/// True when libusb_init failed; logged, and nothing is left of the context.
+bool InitFailed(const char* function, int error, libusb_context* context)
+{
+    if (error >= 0)
+        return false;
+    if (context != nullptr)
+        libusb_exit(context);
+    CAM_LOG_AS(function, kLogFatal, "libusb_init return error 0x%X,\r\n",
+               static_cast<unsigned>(error));
+    return true;
+}
+
+/// Takes an interface from the kernel, if one is wanted; libusb's result.
+int ClaimForController(libusb_device_handle* handle, unsigned char interface)
+{
+    int result = 0;
+    if (interface != kNoInterface) {
+        libusb_detach_kernel_driver(handle, interface);
+        result = libusb_claim_interface(handle, interface);
+    }
+    CAM_LOG_AS("OpenKelDevice", kLogDebugging,
+               "OpenKelDevice claim interface. interface=%d hr=%d\r\n", interface, result);
+    return result;
+}
+
 void Close(const _KelDevHandle& device)
 {
     if (device.interface <= kLastClaimable)
@@ -68,13 +93,9 @@ bool CheckDeviceExist(unsigned short vendorId, unsigned short productId)
 {
     libusb_context* context = nullptr;
     CAM_LOG(kLogDebugging, "lubusb initialized. \r\n");
-    const int error = libusb_init(&context);
-    if (error < 0) {
-        if (context != nullptr)
-            libusb_exit(context);
-        CAM_LOG(kLogFatal, "libusb_init return error 0x%X,\r\n", static_cast<unsigned>(error));
+    const int init_error = libusb_init(&context);
+    if (InitFailed(__func__, init_error, context))
         return false;
-    }
 
     CAM_LOG(kLogDebugging, "libusb_get_device_list\r\n");
     ssize_t count = 0;
@@ -103,13 +124,8 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
     libusb_context* context = nullptr;
     const int init_error = libusb_init(&context);
     CAM_LOG(kLogDebugging, "libusb initialized. \r\n");
-    if (init_error < 0) {
-        if (context != nullptr)
-            libusb_exit(context);
-        CAM_LOG(kLogFatal, "libusb_init return error 0x%X,\r\n",
-                static_cast<unsigned>(init_error));
+    if (InitFailed(__func__, init_error, context))
         return nullptr;
-    }
 
     ssize_t count = 0;
     libusb_device** const list = GetList(__func__, context, count, false);
@@ -135,14 +151,7 @@ _KelDevHandle* OpenKelDevice(unsigned short vendorId, unsigned short productId,
         return nullptr;
     }
 
-    int claim_result = 0;
-    if (interface != kNoInterface) {
-        libusb_detach_kernel_driver(handle, interface);
-        claim_result = libusb_claim_interface(handle, interface);
-    }
-    CAM_LOG(kLogDebugging, "OpenKelDevice claim interface. interface=%d hr=%d\r\n", interface,
-            claim_result);
-    if (claim_result < 0) {
+    if (ClaimForController(handle, interface) < 0) {
         KeepLibusbLoaded();
         return nullptr;  // handle, list and context stay as they are, as above
     }

@@ -72,31 +72,8 @@ void CCameraFwLoader::Run()
                m_pid, m_interface);
 
     std::uint32_t boot_version = kUnknownVersion;
-    bool use_pcsync = true;
-    if (OpenBootLoader(use_pcsync)) {
-        if (!DownloadFirmware(use_pcsync, boot_version))
-            return;
-    } else {
-        if (!CheckDeviceExist(CAM_VENDOR_ID, CAM_PRODUCT_ID)) {
-            CAM_LOG_AS(kRun, kLogFatal,
-                       "CCameraFwLoader: Libusb failed to open KEL device.\r\n");
-            Report(kNoDevice);
-            return;
-        }
-        CAM_LOG_AS(kRun, kLogDebugging,
-                   "!!!!!!!!!!!! CCameraFwLoader:: Found a device with CAMERA vid/pid. "
-                   "!!!!!!!!!!!!!\r\n");
-    }
-
-    if (!WaitForReboot())
+    if (!BringUp(boot_version) || !OpenCamera())
         return;
-    SetDevice(OpenKelDevice(CAM_VENDOR_ID, CAM_PRODUCT_ID, kNoInterface));
-    if (m_device == nullptr) {
-        Report(kNoDevice);
-        CAM_LOG_AS(kRun, kLogFatal,
-                   "CCameraFwLoader: Failed to open camera device. exit \r\n");
-        return;
-    }
     ReportVersion();
 
     char boot_path[sizeof boot_path_name + 1] = {};
@@ -114,6 +91,36 @@ void CCameraFwLoader::Run()
     WatchDevice();
     CAM_LOG_AS(kRun, kLogDebugging, "Exit device mointer trhead.\r\n");
     CloseDevice();
+}
+
+/// False when there is no firmware that runs or could be made to run; reported.
+bool CCameraFwLoader::BringUp(std::uint32_t& boot_version)
+{
+    bool use_pcsync = true;
+    if (OpenBootLoader(use_pcsync))
+        return DownloadFirmware(use_pcsync, boot_version);
+    if (!CheckDeviceExist(CAM_VENDOR_ID, CAM_PRODUCT_ID)) {
+        CAM_LOG_AS(kRun, kLogFatal, "CCameraFwLoader: Libusb failed to open KEL device.\r\n");
+        Report(kNoDevice);
+        return false;
+    }
+    CAM_LOG_AS(kRun, kLogDebugging,
+               "!!!!!!!!!!!! CCameraFwLoader:: Found a device with CAMERA vid/pid. "
+               "!!!!!!!!!!!!!\r\n");
+    return true;
+}
+
+/// Waits for the firmware to come up. False when it does not; reported.
+bool CCameraFwLoader::OpenCamera()
+{
+    if (!WaitForReboot())
+        return false;
+    SetDevice(OpenKelDevice(CAM_VENDOR_ID, CAM_PRODUCT_ID, kNoInterface));
+    if (m_device != nullptr)
+        return true;
+    Report(kNoDevice);
+    CAM_LOG_AS(kRun, kLogFatal, "CCameraFwLoader: Failed to open camera device. exit \r\n");
+    return false;
 }
 
 /// The newer boot loader has a vendor interface for the download; the older one

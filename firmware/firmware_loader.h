@@ -53,6 +53,8 @@ protected:
 private:
     static constexpr std::uint32_t kUnknownVersion = 0xFFFFFFFF;
 
+    bool BringUp(std::uint32_t& boot_version);
+    bool OpenCamera();
     bool OpenBootLoader(bool& use_pcsync);
     bool DownloadFirmware(bool use_pcsync, std::uint32_t& boot_version);
     bool WaitForReboot();

@@ -48,6 +48,31 @@ void LogUnparsable()
     CAM_LOG_AS(kFunction, kLogFatal, "fail to parse zelCamera.xml, use /mtd_down/wiru/bin\n");
 }
 
+/// By the versions in the two texts, as decimal numbers: 1.10 is lower than 1.9.
+bool IsNewer(const std::string& factory_text, const std::string& downloaded_text)
+{
+    std::string factory_version;
+    if (!FindVersion(factory_text, factory_version)) {
+        CAM_LOG_AS(kFunction, kLogFatal, "%s: default camera dir has invalid version info.\n", kFunction);
+        return false;
+    }
+    std::string downloaded_version;
+    if (!FindVersion(downloaded_text, downloaded_version)) {
+        CAM_LOG_AS(kFunction, kLogFatal, "zel version in /mtd_down/wiru/bin has invalid version \n");
+        return true;
+    }
+
+    CAM_LOG_AS(kFunction, kLogDebugging, "defaultVersion version : %s \n", factory_version.c_str());
+    CAM_LOG_AS(kFunction, kLogDebugging, "zelVersion version : %s \n", downloaded_version.c_str());
+    if (std::strtod(downloaded_version.c_str(), nullptr) <
+        std::strtod(factory_version.c_str(), nullptr)) {
+        CAM_LOG_AS(kFunction, kLogFatal, "default driver version is newer than zel version \n");
+        return true;
+    }
+    CAM_LOG_AS(kFunction, kLogDebugging, "zel driver version is newer than default driver version \n");
+    return false;
+}
+
 bool FactoryImageIsNewer()
 {
     const OpenedFile downloaded = OpenForReading(kDownloadedPath);
@@ -72,28 +97,7 @@ bool FactoryImageIsNewer()
         return false;
     CAM_LOG_AS(kFunction, kLogDebugging, "zelVersion Version XML String length=%d \n",
             static_cast<int>(downloaded_text.size()));
-
-    std::string factory_version;
-    if (!FindVersion(factory_text, factory_version)) {
-        CAM_LOG_AS(kFunction, kLogFatal, "%s: default camera dir has invalid version info.\n", kFunction);
-        return false;
-    }
-    std::string downloaded_version;
-    if (!FindVersion(downloaded_text, downloaded_version)) {
-        CAM_LOG_AS(kFunction, kLogFatal, "zel version in /mtd_down/wiru/bin has invalid version \n");
-        return true;
-    }
-
-    CAM_LOG_AS(kFunction, kLogDebugging, "defaultVersion version : %s \n", factory_version.c_str());
-    CAM_LOG_AS(kFunction, kLogDebugging, "zelVersion version : %s \n", downloaded_version.c_str());
-    // As decimal numbers: 1.10 is lower than 1.9.
-    if (std::strtod(downloaded_version.c_str(), nullptr) <
-        std::strtod(factory_version.c_str(), nullptr)) {
-        CAM_LOG_AS(kFunction, kLogFatal, "default driver version is newer than zel version \n");
-        return true;
-    }
-    CAM_LOG_AS(kFunction, kLogDebugging, "zel driver version is newer than default driver version \n");
-    return false;
+    return IsNewer(factory_text, downloaded_text);
 }
 
 }  // namespace

@@ -1,25 +1,29 @@
 #include "runtime/started_threads.h"
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
 #include <new>
-
-struct StartedThreads::Entry {
-    enum State { kCreated, kCancelled, kBegun, kReturned };
-
-    const pThread* worker;
-    Ending ending;
-    pthread_t thread;
-    State state;
-    Entry* next;
-};
 
 StartedThreads::Entry* StartedThreads::MakeEntry(const pThread* worker, Ending ending)
 {
-    return new (std::nothrow) Entry{worker, ending, {}, Entry::kCreated, nullptr};
+    Entry* const reserved =
+        std::find_if(std::begin(m_reserve), std::end(m_reserve),
+                     [](const Entry& entry) { return entry.state == Entry::kFree; });
+    Entry* const entry =
+        reserved != std::end(m_reserve) ? reserved : new (std::nothrow) Entry;
+    if (entry != nullptr)
+        *entry = {Entry::kCreated, ending, worker, {}, nullptr};
+    return entry;
 }
 
 void StartedThreads::DiscardEntry(Entry* entry)
 {
-    delete entry;
+    const std::less<const Entry*> before;
+    if (before(entry, std::begin(m_reserve)) || !before(entry, std::end(m_reserve)))
+        delete entry;
+    else
+        entry->state = Entry::kFree;
 }
 
 void StartedThreads::Add(Entry* entry, pthread_t thread)
@@ -52,7 +56,7 @@ void StartedThreads::Unlink(Entry** link)
     if (entry == nullptr)
         return;
     *link = entry->next;
-    delete entry;
+    DiscardEntry(entry);
 }
 
 bool StartedThreads::Begin(pthread_t thread)

@@ -19,15 +19,24 @@ public:
         kForgotten,  ///< nobody joins it
         kKept,       ///< until Remove, by whoever has joined it
     };
-    struct Entry;
+    struct Entry {
+        enum State { kFree, kCreated, kCancelled, kBegun, kReturned };
+
+        State state;
+        Ending ending;
+        const pThread* worker;
+        pthread_t thread;
+        Entry* next;
+    };
 
     StartedThreads() = default;
     StartedThreads(const StartedThreads&) = delete;
     StartedThreads& operator=(const StartedThreads&) = delete;
 
-    /// Room for one more thread; null without memory.
-    static Entry* MakeEntry(const pThread* worker, Ending ending);
-    static void DiscardEntry(Entry* entry);
+    /// Room for one more thread; null without memory, of which the driver's own
+    /// threads need none.
+    Entry* MakeEntry(const pThread* worker, Ending ending);
+    void DiscardEntry(Entry* entry);
     /// A new thread, which waits for the caller's lock before it does anything.
     void Add(Entry* entry, pthread_t thread);
 
@@ -49,9 +58,12 @@ public:
 private:
     Entry** Find(pthread_t thread);
     Entry** Find(const pThread* worker, pthread_t thread);
-    static void Unlink(Entry** link);
+    void Unlink(Entry** link);
+
+    static constexpr unsigned kReserve = 16;
 
     Entry* m_first = nullptr;
+    Entry m_reserve[kReserve] = {};
 };
 
 #endif

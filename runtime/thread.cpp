@@ -108,25 +108,30 @@ int pThread::Start(const char*)
         pthread_attr_setstacksize(&attributes, static_cast<size_t>(m_stack_size));
     RaiseThreadPriority();
 
-    auto* const entry = StartedThreads::MakeEntry(
-        this, m_detached ? StartedThreads::Ending::kForgotten : StartedThreads::Ending::kKept);
-    int error = ENOMEM;
-    if (entry != nullptr) {
-        const StartGate gate;
-        error = pthread_create(&m_thread, &attributes, thread_func, this);
-        if (error == 0) {
-            g_threads.Add(entry, m_thread);
-            m_has_thread = true;
-            if (m_detached)
-                pthread_detach(m_thread);
-        }
-    }
-    if (error != 0) {
-        StartedThreads::DiscardEntry(entry);
+    const int error = Create(attributes);
+    if (error != 0)
         __FATAL("pthread_create() failed (%s)\n", ErrorText(error).c_str());
-    }
     pthread_attr_destroy(&attributes);
     return error;
+}
+
+int pThread::Create(const pthread_attr_t& attributes)
+{
+    const StartGate gate;
+    auto* const entry = g_threads.MakeEntry(
+        this, m_detached ? StartedThreads::Ending::kForgotten : StartedThreads::Ending::kKept);
+    if (entry == nullptr)
+        return ENOMEM;
+    const int error = pthread_create(&m_thread, &attributes, thread_func, this);
+    if (error != 0) {
+        g_threads.DiscardEntry(entry);
+        return error;
+    }
+    g_threads.Add(entry, m_thread);
+    m_has_thread = true;
+    if (m_detached)
+        pthread_detach(m_thread);
+    return 0;
 }
 
 void* pThread::thread_func(void* self)

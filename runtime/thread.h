@@ -71,6 +71,7 @@ protected:
 private:
     bool StillRuns() const;
     void Join();
+    int Create(const pthread_attr_t& attributes);
 
     pthread_t m_thread;
     std::atomic<bool> m_stop_requested;

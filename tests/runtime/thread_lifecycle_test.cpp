@@ -201,7 +201,7 @@ TEST_F(ThreadLifecycle, DetachedWorkerStoppedBeforeItsBodyNeverBegins)
 {
     StartedThreads threads;
     const Worker worker([](Worker&) {}, true);
-    threads.Add(StartedThreads::MakeEntry(&worker, StartedThreads::Ending::kForgotten),
+    threads.Add(threads.MakeEntry(&worker, StartedThreads::Ending::kForgotten),
                 pthread_self());
     threads.Cancel(&worker, pthread_self());
     EXPECT_FALSE(threads.Begin(pthread_self()));
