@@ -11,7 +11,8 @@ namespace {
 using vcam::standin::Bus;
 using vcam::standin::When;
 
-constexpr const char* kRoleNames[] = {"host thread", "loader", "event thread", "capture thread"};
+constexpr const char* kRoleNames[] = {"driving thread", "host thread", "loader", "event thread",
+                                      "capture thread"};
 
 /// A scene has a process of its own, so the entry never belongs to another one.
 thread_local Caller* t_mine = nullptr;
@@ -63,6 +64,7 @@ bool IsWatch(const Call& call)
 Callers::Callers(Listener before, Listener after)
     : m_before(std::move(before)), m_after(std::move(after))
 {
+    Add(Role::kDriver);
     std::vector<std::string> functions = Bus::Functions();
     functions.emplace_back("completion");
     Bus& bus = Bus::Instance();
@@ -78,38 +80,41 @@ Callers::~Callers()
 {
     for (const int hook : m_hooks)
         Bus::Instance().RemoveHook(hook);
+    t_mine = nullptr;
 }
 
-Caller& Callers::Mine(const Call* call)
+Caller& Callers::Add(Role role)
 {
-    if (t_mine == nullptr) {
-        Caller made;
-        made.thread = ThreadId();
-        made.role = call != nullptr ? RoleByFirstCall(*call) : Role::kHost;
-        const std::lock_guard<std::mutex> guard(m_mutex);
-        made.number = 1 + static_cast<unsigned>(std::count_if(
-                              m_all.begin(), m_all.end(),
-                              [&made](const Caller& other) { return other.role == made.role; }));
-        t_mine = &m_all.emplace_back(made);
-    }
+    Caller made;
+    made.thread = ThreadId();
+    made.role = role;
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    made.number = 1 + static_cast<unsigned>(std::count_if(
+                          m_all.begin(), m_all.end(),
+                          [role](const Caller& other) { return other.role == role; }));
+    t_mine = &m_all.emplace_back(made);
     return *t_mine;
+}
+
+Caller& Callers::Mine(const Call& call)
+{
+    return t_mine != nullptr ? *t_mine : Add(RoleByFirstCall(call));
 }
 
 void Callers::JoinAsHost()
 {
-    Mine(nullptr);
+    Add(Role::kHost);
 }
 
 void Callers::Finish()
 {
-    Caller& mine = Mine(nullptr);
     const std::lock_guard<std::mutex> guard(m_mutex);
-    mine.finished = true;
+    t_mine->finished = true;
 }
 
 void Callers::Before(const Call& call)
 {
-    Caller& mine = Mine(&call);
+    Caller& mine = Mine(call);
     Caller copy;
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
@@ -121,7 +126,7 @@ void Callers::Before(const Call& call)
 
 void Callers::After(const Call& call)
 {
-    Caller& mine = Mine(&call);
+    Caller& mine = Mine(call);
     Caller copy;
     {
         const std::lock_guard<std::mutex> guard(m_mutex);

@@ -18,7 +18,13 @@ namespace pairs {
 
 using vcam::standin::Call;
 
-enum class Role { kHost, kLoader, kEvents, kCapture };
+enum class Role {
+    kDriver,  ///< drives the scene
+    kHost,
+    kLoader,
+    kEvents,
+    kCapture,
+};
 
 struct Caller {
     pid_t thread = 0;
@@ -29,6 +35,7 @@ struct Caller {
     unsigned answers = 0;   ///< of a loader: how often its watch was answered
 
     std::string Name() const;
+    bool OfLibrary() const { return role != Role::kDriver && role != Role::kHost; }
 };
 
 /// The loader's question whether the camera is still there.
@@ -40,7 +47,7 @@ public:
 
     /// `before` and `after` are told every call of every thread, and every
     /// completion of a transfer, on the thread itself and without a lock. They
-    /// may block.
+    /// may block. The thread that makes this drives the scene.
     Callers(Listener before, Listener after);
     ~Callers();
     Callers(const Callers&) = delete;
@@ -55,7 +62,8 @@ public:
     unsigned Loaders() const;
 
 private:
-    Caller& Mine(const Call* call);
+    Caller& Add(Role role);
+    Caller& Mine(const Call& call);
     void Before(const Call& call);
     void After(const Call& call);
 

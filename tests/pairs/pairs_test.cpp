@@ -67,7 +67,8 @@ unsigned long FromEnvironment(const char* name, unsigned long otherwise)
     return text != nullptr ? std::strtoul(text, nullptr, 10) : otherwise;
 }
 
-/// One step out of each of as many stretches of equal length.
+/// One step out of each of as many stretches of equal length; of the last one
+/// the last step, when the rest is done and not yet told.
 std::vector<std::size_t> Spread(std::size_t steps, std::mt19937& random)
 {
     if (const auto only = FromEnvironment("PAIRS_STEP", 0))
@@ -80,6 +81,7 @@ std::vector<std::size_t> Spread(std::size_t steps, std::mt19937& random)
         const std::size_t last = (i + 1) * steps / wanted;
         chosen.push_back(std::uniform_int_distribution<std::size_t>(first, last)(random));
     }
+    chosen.back() = steps;
     return chosen;
 }
 

@@ -246,7 +246,7 @@ bool Scene::Counts(const Call& call, const Caller& who) const
 
 void Scene::Before(const Call& call, const Caller& who)
 {
-    if (m_destroyed && who.role != Role::kHost && !m_called_late.exchange(true))
+    if (m_destroyed && who.OfLibrary() && !m_called_late.exchange(true))
         m_complain(who.Name() + " calls " + call.function + " after cam_destroy");
     if (Counts(call, who))
         m_gate.Pass(who, call.function);
