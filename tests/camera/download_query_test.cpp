@@ -295,7 +295,7 @@ protected:
     }
     static void WriteBootCode()
     {
-        constexpr std::uint32_t kMagic = std::uint32_t{BOOT_CODE_MAGIC} << 20;
+        constexpr std::uint32_t kMagic = std::uint32_t{BOOTCODE_MAGIC} << 20;
         constexpr std::uint32_t kWord = kMagic | 0x20;  // newer than the boot loader's
         std::string image(0x2036, '\0');
         for (std::size_t i = 0; i < 4; ++i)
