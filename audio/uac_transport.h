@@ -6,10 +6,10 @@
 #include <cstdint>
 #include <libusb.h>
 
+#include "runtime/mutex.h"
 #include "usb/camera_device.h"
 #include "usb/transfer_slots.h"
 #include "usb/usb_context.h"
-#include "runtime/mutex.h"
 #include "video/frame_queue.h"
 
 /// Opens the camera's audio function, sets sampling rate and volume, and turns

@@ -9,10 +9,10 @@
 #include "camera/shell.h"
 #include "camera/tv_platform.h"
 #include "control/mains_frequency.h"
-#include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 #include "runtime/process_locks.h"
 #include "runtime/sleep.h"
+#include "usb/usb_identity.h"
 
 CKelVeskCamera* g_pCamera = nullptr;
 unsigned char* g_pData = nullptr;

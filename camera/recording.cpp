@@ -6,10 +6,10 @@
 #include "camera/stream_combinations.h"
 #include "camera/tv_platforms.h"
 #include "control/send_frame.h"
-#include "usb/usb_identity.h"
 #include "runtime/debug_log.h"
 #include "runtime/process_locks.h"
 #include "runtime/sleep.h"
+#include "usb/usb_identity.h"
 
 namespace {
 

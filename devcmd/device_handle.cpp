@@ -4,8 +4,8 @@
 #include <new>
 
 #include "api/device_commands.h"
-#include "usb/keep_loaded.h"
 #include "runtime/debug_log.h"
+#include "usb/keep_loaded.h"
 
 namespace {
 

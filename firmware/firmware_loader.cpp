@@ -3,11 +3,11 @@
 #include <libusb.h>
 
 #include "api/firmware_download.h"
-#include "usb/usb_identity.h"
 #include "firmware/download_scope.h"
 #include "firmware/version_report.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
+#include "usb/usb_identity.h"
 
 namespace {
 

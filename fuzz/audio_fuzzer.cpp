@@ -7,13 +7,13 @@
 #include "audio/audio_capture.h"
 #include "audio/audio_capture_thread.h"
 #include "audio/uac_transport.h"
-#include "usb/usb_identity.h"
 #include "fuzz/bytes.h"
 #include "fuzz/check.h"
 #include "fuzz/checking_camera.h"
 #include "fuzz/scripted_libusb.h"
 #include "fuzz/target.h"
 #include "runtime/debug_log.h"
+#include "usb/usb_identity.h"
 
 namespace {
 

@@ -7,13 +7,13 @@
 #include <vector>
 
 #include "api/camera_subject.h"
-#include "usb/usb_identity.h"
 #include "fuzz/bytes.h"
 #include "fuzz/check.h"
 #include "fuzz/checking_camera.h"
 #include "fuzz/scripted_libusb.h"
 #include "fuzz/target.h"
 #include "runtime/debug_log.h"
+#include "usb/usb_identity.h"
 #include "video/uvc_transport.h"
 #include "video/video_capture.h"
 #include "video/video_capture_thread.h"

@@ -1,8 +1,8 @@
 #include "usb/camera_device.h"
 
+#include "runtime/debug_log.h"
 #include "usb/alternate_setting.h"
 #include "usb/usb_identity.h"
-#include "runtime/debug_log.h"
 
 namespace {
 

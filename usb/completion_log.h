@@ -5,7 +5,7 @@
 #include <libusb.h>
 
 /// A transfer that ends in any other way leaves circulation for the rest of its
-/// stream. What arrived before a time-out is used.
+/// stream. What arrived before a time-out is the transport's to use.
 inline bool BringsData(const libusb_transfer& transfer)
 {
     return transfer.status == LIBUSB_TRANSFER_COMPLETED ||

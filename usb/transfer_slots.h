@@ -103,7 +103,7 @@ public:
     }
 
     /// First thing in every completion: whose transfer this is. Null when it is
-    /// nobody's, and then it is freed.
+    /// nobody's; one that was abandoned is freed then.
     static SlottedTransfer* Completed(libusb_transfer* transfer);
     /// The transport is about to handle the completion.
     ///

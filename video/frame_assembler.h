@@ -27,8 +27,8 @@ public:
     FrameAssembler(const FrameAssembler&) = delete;
     FrameAssembler& operator=(const FrameAssembler&) = delete;
 
-    /// Begins a stream and takes the ring's first buffer. The flags of the last
-    /// payload survive from stream to stream.
+    /// Begins a stream and takes the ring's first buffer; the last stream has
+    /// ended. The flags of the last boundary survive from stream to stream.
     ///
     /// @param queue           the ring; outlives the stream
     /// @param max_frame_size  bytes of each of its buffers, slack not included
@@ -45,7 +45,7 @@ public:
     /// The payload that found no room has closed its frame already.
     bool IsAwaitingBuffer() const { return m_awaiting_buffer; }
 
-    /// Takes one payload. May sleep while the ring is full.
+    /// Takes one payload, when IsReady. May sleep while the ring is full.
     ///
     /// @param payload    header and data; a bad header is marked in it
     /// @param length     bytes received, 0 and more

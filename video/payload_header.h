@@ -19,7 +19,7 @@ constexpr unsigned char kError = 0x40;
 /// last payload of a frame can get lost, and the flag with it.
 ///
 /// @param flags     bmHeaderInfo of this payload
-/// @param previous  that of the payload before the last boundary
+/// @param previous  that of the payload at the last boundary
 constexpr bool IsBoundary(unsigned char flags, unsigned char previous)
 {
     return (flags & kEndOfFrame) != 0 || ((flags ^ previous) & kFrameId) != 0;

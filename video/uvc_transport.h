@@ -7,11 +7,11 @@
 #include <libusb.h>
 #include <pthread.h>
 
+#include "runtime/mutex.h"
 #include "usb/camera_device.h"
 #include "usb/transfer_slots.h"
 #include "usb/usb_context.h"
 #include "video/frame_assembler.h"
-#include "runtime/mutex.h"
 #include "video/frame_queue.h"
 #include "video/parked_transfers.h"
 

@@ -6,9 +6,9 @@
 
 #include <memory>
 
-#include "usb/usb_identity.h"
 #include "tests/support/bus_check.h"
 #include "tests/support/scripted_camera.h"
+#include "usb/usb_identity.h"
 #include "video/video_event_thread.h"
 #include "virtual_camera/standin/bus.h"
 

@@ -1,6 +1,6 @@
 // Choosing alternate settings while the device may go.
-#include "usb/camera_device.h"
 #include "tests/devcmd/controller_fixture.h"
+#include "usb/camera_device.h"
 
 namespace {
 

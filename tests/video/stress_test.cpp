@@ -10,12 +10,12 @@
 
 #include "api/device_commands.h"
 #include "control/video_capture_adapter.h"
-#include "usb/usb_identity.h"
 #include "tests/support/bus_check.h"
 #include "tests/support/sleeps.h"
 #include "tests/support/wait_until.h"
 #include "tests/video/counting_camera.h"
 #include "tests/video/fake_camera.h"
+#include "usb/usb_identity.h"
 #include "video/video_capture_thread.h"
 #include "virtual_camera/standin/bus.h"
 

@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "usb/usb_identity.h"
 #include "tests/support/bus_check.h"
 #include "tests/support/log_level.h"
 #include "tests/support/scripted_camera.h"
 #include "tests/support/sleeps.h"
 #include "tests/support/wait_until.h"
 #include "tests/video/usb_calls.h"
+#include "usb/usb_identity.h"
 #include "video/video_event_thread.h"
 #include "virtual_camera/standin/bus.h"
 
