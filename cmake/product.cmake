@@ -33,4 +33,4 @@ install(DIRECTORY api DESTINATION include/torvik FILES_MATCHING PATTERN "*.h")
 # between the firmware images.
 install(FILES camera/dummy_still_capture.h DESTINATION include/torvik/camera)
 install(FILES firmware/firmware_loader.h DESTINATION include/torvik/firmware)
-install(FILES runtime/mutex.h runtime/thread.h DESTINATION include/torvik/runtime)
+install(FILES runtime/mutex.h runtime/thread.h runtime/thread_annotations.h DESTINATION include/torvik/runtime)

@@ -20,7 +20,8 @@ enum : unsigned {
 /// Current verbosity, 1 to 5. Relaxed: a late line more or less is harmless.
 extern std::atomic<std::uint32_t> g_embedded_cam_dbg_level;
 
-/// Optional log file. Opened and closed but never written to.
+/// Optional log file. Opened and closed but never written to, by one thread at a
+/// time: no lock.
 extern std::FILE* gDbgLog;
 
 /// Prints one diagnostic: header, message and closing line as three writes to

@@ -4,9 +4,11 @@
 
 #include <pthread.h>
 
+#include "runtime/thread_annotations.h"
+
 /// A recursive mutex. Failures of the system calls go to the fatal hook and
 /// are otherwise ignored.
-class pMutex
+class CAPABILITY("mutex") pMutex
 {
 public:
     pMutex();
@@ -14,12 +16,12 @@ public:
     pMutex(const pMutex&) = delete;
     pMutex& operator=(const pMutex&) = delete;
 
-    bool Acquire();  ///< always true
+    bool Acquire() ACQUIRE();  ///< always true
     /// False when another thread holds it; a lock that fails counts as taken, as
     /// in Acquire. At the end of the process the mutexes of the library itself
     /// are gone before the last threads are, and nobody may wait for them.
-    bool TryAcquire();
-    void Release();
+    bool TryAcquire() TRY_ACQUIRE(true);
+    void Release() RELEASE();
     pthread_mutex_t* Native() { return &m_mutex; }
 
 private:
@@ -27,7 +29,7 @@ private:
 };
 
 /// A plain mutex: locking it twice on one thread blocks.
-class CamMutex
+class CAPABILITY("mutex") CamMutex
 {
 public:
     CamMutex();
@@ -37,19 +39,19 @@ public:
 
     bool Create() { return true; }
     void Destroy() {}
-    void Lock();
-    void Unlock();
+    void Lock() ACQUIRE();
+    void Unlock() RELEASE();
 
 private:
     pthread_mutex_t m_mutex;
 };
 
 /// Holds a pMutex for a scope.
-class MutexGuard
+class SCOPED_CAPABILITY MutexGuard
 {
 public:
-    explicit MutexGuard(pMutex& mutex) : m_mutex(mutex) { m_mutex.Acquire(); }
-    ~MutexGuard() { m_mutex.Release(); }
+    explicit MutexGuard(pMutex& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.Acquire(); }
+    ~MutexGuard() RELEASE() { m_mutex.Release(); }
     MutexGuard(const MutexGuard&) = delete;
     MutexGuard& operator=(const MutexGuard&) = delete;
 
@@ -60,10 +62,11 @@ private:
 /// Holds two pMutexes for a scope. Takes `first` and then `second`, but never
 /// waits for one while it holds the other: so it cannot block, for good,
 /// another thread that took them the other way round. Released in reverse.
-class MutexPairGuard
+class SCOPED_CAPABILITY MutexPairGuard
 {
 public:
-    MutexPairGuard(pMutex& first, pMutex& second) : m_first(first), m_second(second)
+    MutexPairGuard(pMutex& first, pMutex& second) ACQUIRE(first, second)
+        : m_first(first), m_second(second)
     {
         for (;;) {
             m_first.Acquire();
@@ -77,7 +80,7 @@ public:
             m_second.Release();
         }
     }
-    ~MutexPairGuard()
+    ~MutexPairGuard() RELEASE()
     {
         m_second.Release();
         m_first.Release();
@@ -91,11 +94,11 @@ private:
 };
 
 /// Holds a CamMutex for a scope.
-class CamMutexGuard
+class SCOPED_CAPABILITY CamMutexGuard
 {
 public:
-    explicit CamMutexGuard(CamMutex& mutex) : m_mutex(mutex) { m_mutex.Lock(); }
-    ~CamMutexGuard() { m_mutex.Unlock(); }
+    explicit CamMutexGuard(CamMutex& mutex) ACQUIRE(mutex) : m_mutex(mutex) { m_mutex.Lock(); }
+    ~CamMutexGuard() RELEASE() { m_mutex.Unlock(); }
     CamMutexGuard(const CamMutexGuard&) = delete;
     CamMutexGuard& operator=(const CamMutexGuard&) = delete;
 

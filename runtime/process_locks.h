@@ -14,15 +14,15 @@
 
 #include "runtime/mutex.h"
 
-/// One USB control transfer of the library at a time.
-extern pMutex g_control_transfer_lock;
-/// Observer lists of video streams, and the crop state.
-extern pMutex m_observer_lock;
 /// Start and stop of recording.
 extern pMutex m_start_stop_preview_lock;
 /// Properties, capabilities, and start and stop of recording.
-extern pMutex m_video_ctrl_lock;
+extern pMutex m_video_ctrl_lock ACQUIRED_AFTER(m_start_stop_preview_lock);
+/// Observer lists of video streams, and the crop state.
+extern pMutex m_observer_lock ACQUIRED_AFTER(m_video_ctrl_lock);
 /// PCM observers.
-extern pMutex m_audio_observer_lock;
+extern pMutex m_audio_observer_lock ACQUIRED_AFTER(m_observer_lock);
+/// One USB control transfer of the library at a time.
+extern pMutex g_control_transfer_lock ACQUIRED_AFTER(m_audio_observer_lock);
 
 #endif

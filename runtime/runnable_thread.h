@@ -55,12 +55,16 @@ private:
 
     static std::atomic<int> threadInitNumber;
 
+    // Constant after construction.
     const int m_number;
     Runnable* const m_target;
+    // The owner's, which starts and joins.
     pthread_t m_handle;
-    bool m_joinable;                     ///< m_handle names a thread nobody joined yet
+    bool m_joinable;  ///< m_handle names a thread nobody joined yet
+    // Atomic: written by the thread.
     std::atomic<pthread_t> m_thread_id;  ///< 0 when not running
     std::atomic<int> m_state;
+    // The owner's.
     pthread_attr_t m_attributes;
     sched_param m_scheduling;
 };

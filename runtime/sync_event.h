@@ -20,9 +20,10 @@ public:
 
     /// Waits on the condition; the caller holds `mutex` once. A negative
     /// time-out waits without limit. False when the time is over.
-    bool Wait(pMutex& mutex, int timeoutMs);
+    bool Wait(pMutex& mutex, int timeoutMs) REQUIRES(mutex);
     /// The same under the event's own mutex.
-    bool Wait(int timeoutMs);
+    bool Wait(int timeoutMs) EXCLUDES(m_mutex);
+    /// Takes `mutex`, which the caller may hold already.
     void Trigger(pMutex& mutex);
     void Trigger();
 

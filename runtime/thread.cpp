@@ -7,6 +7,7 @@
 #include "runtime/error_text.h"
 #include "runtime/sleep.h"
 #include "runtime/started_threads.h"
+#include "runtime/thread_annotations.h"
 #include "runtime/thread_priority.h"
 
 namespace {
@@ -19,16 +20,18 @@ constexpr unsigned long kReturnPollMs = 1;
 // Held by Start until it has finished with the object, and taken once by every
 // new thread before its body runs: a detached worker may delete its object at
 // any moment after that.
-pthread_mutex_t g_start_gate = PTHREAD_MUTEX_INITIALIZER;
+struct CAPABILITY("mutex") StartGateMutex {
+    pthread_mutex_t mutex;
+};
+StartGateMutex g_start_gate = {PTHREAD_MUTEX_INITIALIZER};
 
-/// Guarded by the gate.
-StartedThreads g_threads;
+StartedThreads g_threads GUARDED_BY(g_start_gate);
 
-class StartGate
+class SCOPED_CAPABILITY StartGate
 {
 public:
-    StartGate() { pthread_mutex_lock(&g_start_gate); }
-    ~StartGate() { pthread_mutex_unlock(&g_start_gate); }
+    StartGate() ACQUIRE(g_start_gate) { pthread_mutex_lock(&g_start_gate.mutex); }
+    ~StartGate() RELEASE() { pthread_mutex_unlock(&g_start_gate.mutex); }
     StartGate(const StartGate&) = delete;
     StartGate& operator=(const StartGate&) = delete;
 };

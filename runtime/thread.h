@@ -73,6 +73,11 @@ private:
     void Join();
     int Create(const pthread_attr_t& attributes);
 
+    // Their order is part of the binary interface. All but m_thread are atomic or
+    // constant after construction.
+
+    /// Written by the owner in Start, before the new thread may look at it, and
+    /// to be read while m_has_thread says that it is valid.
     pthread_t m_thread;
     std::atomic<bool> m_stop_requested;
     std::atomic<bool> m_running;
