@@ -27,8 +27,8 @@ void CLibUSB_UacCtrl::handle_libusb_event()
             libusb_handle_events_timeout(m_context.Get(), &slice);
         else
             SleepMicroseconds(kEventSliceMicroseconds);
-        if (m_ring != nullptr)
-            m_ring->WakeOverdueConsumer();
+        if (RingUnderEventMutex() != nullptr)
+            RingUnderEventMutex()->WakeOverdueConsumer();
     }
     // Leaves teardown a chance at the lock.
     if (!m_streaming)
@@ -44,7 +44,7 @@ void LIBUSB_CALL CLibUSB_UacCtrl::callback(libusb_transfer* transfer)
     if (transfer->status == LIBUSB_TRANSFER_NO_DEVICE)
         owner.m_device.HeedLoss();
     const CamMutexGuard guard(owner.m_completion_lock);
-    if (TransferSlots::SetIdle(*param) && owner.m_ring != nullptr)
+    if (TransferSlots::SetIdle(*param) && owner.RingUnderCompletionLock() != nullptr)
         owner.HandleCompletion(transfer);
 }
 
@@ -61,23 +61,24 @@ void CLibUSB_UacCtrl::Resubmit(libusb_transfer* transfer)
         CAM_LOG_AS("FillAudioData", kLogDebugging, "Stop submit audio transfer.\r\n");
         return;
     }
-    m_transfers.Submit(*static_cast<SlottedTransfer*>(transfer->user_data));
+    SubmitAgain(*static_cast<SlottedTransfer*>(transfer->user_data));
 }
 
 void CLibUSB_UacCtrl::FillAudioData(libusb_transfer* transfer)
 {
     // The ring's only producer is here, under the completion lock, so a slot
     // that is free now stays free.
-    const int filled = m_ring->Count();
-    if (filled >= m_ring->Capacity()) {
+    CFrameBufQueue* const ring = RingUnderCompletionLock();
+    const int filled = ring->Count();
+    if (filled >= ring->Capacity()) {
         CAM_LOG(kLogDebugging, "Audio frame drop. %d buf, %d offset\r\n", filled, 0);
         Resubmit(transfer);
         return;
     }
-    m_fill_frame = m_ring->Acquire();
+    m_fill_frame = ring->Acquire();
     m_fill_frame->size = CopyPackets(transfer, m_fill_frame->Data());
     m_fill_frame = nullptr;
-    m_ring->Commit();
+    ring->Commit();
     Resubmit(transfer);
 }
 
@@ -112,19 +113,19 @@ std::uint32_t CLibUSB_UacCtrl::CopyPackets(const libusb_transfer* transfer,
 
 unsigned CLibUSB_UacCtrl::ReadFrame(unsigned char* dst, unsigned len)
 {
-    return m_ring != nullptr ? m_ring->CopyOut(dst, len) : 0;
+    return RingInUse() != nullptr ? RingInUse()->CopyOut(dst, len) : 0;
 }
 
 int CLibUSB_UacCtrl::DequeFrameBuf(unsigned char** data, unsigned* size)
 {
     *data = nullptr;
     *size = 0;
-    return m_ring != nullptr ? m_ring->Lend(data, size) : 0;
+    return RingInUse() != nullptr ? RingInUse()->Lend(data, size) : 0;
 }
 
 int CLibUSB_UacCtrl::QueueFrameBuf()
 {
-    if (m_ring != nullptr)
-        m_ring->Release();
+    if (RingInUse() != nullptr)
+        RingInUse()->Release();
     return 0;
 }

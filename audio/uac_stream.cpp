@@ -48,7 +48,7 @@ int CLibUSB_UacCtrl::UAC_EnableAudioStream(int rate)
 /// event thread needs for it.
 void CLibUSB_UacCtrl::ReapLeftTransfers()
 {
-    if (!m_transfers.AnyInFlight())
+    if (!OwnTransfers().AnyInFlight())
         return;
     CancelTransfers();
     PumpCancellations();
@@ -177,14 +177,14 @@ void CLibUSB_UacCtrl::PumpCancellations()
 {
     // Without an event thread nobody else would.
     if (!m_event_thread_running)
-        m_transfers.WaitUntilIdle([this] { handle_libusb_event(); });
+        OwnTransfers().WaitUntilIdle([this] { handle_libusb_event(); });
 }
 
 void CLibUSB_UacCtrl::WaitForCancellations()
 {
     // A loaded machine may need longer than the fixed time.
     if (m_event_thread_running)
-        m_transfers.WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
+        OwnTransfers().WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
 }
 
 void CLibUSB_UacCtrl::DeleteRing()
@@ -208,5 +208,5 @@ void CLibUSB_UacCtrl::DeleteFrames()
         delete frame;
         frame = nullptr;
     }
-    m_fill_frame = nullptr;
+    ForgetFillFrame();
 }

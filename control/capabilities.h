@@ -8,6 +8,7 @@
 /// Answers ICameraSubject::GetCapability. The caller holds m_video_ctrl_lock.
 /// Asking for the signal-type capability switches a platform that has it to
 /// signal-type configuration.
-bool AnswerCapability(CameraSettings& settings, CAM_CAPABILITY capability);
+bool AnswerCapability(CameraSettings& settings, CAM_CAPABILITY capability)
+    REQUIRES(m_video_ctrl_lock);
 
 #endif

@@ -48,8 +48,8 @@ public:
         return m_word != nullptr || m_byte != nullptr || m_recorded != nullptr;
     }
     constexpr bool IsInside() const { return m_id < CameraSettings::kRecordedProperties; }
-    std::int32_t Get(const CameraSettings& settings) const;
-    void Set(CameraSettings& settings, std::int32_t value) const;
+    std::int32_t Get(const CameraSettings& settings) const REQUIRES(m_video_ctrl_lock);
+    void Set(CameraSettings& settings, std::int32_t value) const REQUIRES(m_video_ctrl_lock);
 
 private:
     std::uint32_t CameraSettings::*m_word = nullptr;

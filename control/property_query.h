@@ -6,6 +6,7 @@
 #include "control/control_context.h"
 
 /// Answers ICameraSubject::GetProperty. The caller holds m_video_ctrl_lock.
-bool QueryProperty(const ControlContext& context, CAM_PROPERTY property, CAM_PROP_VALUE& value);
+bool QueryProperty(const ControlContext& context, CAM_PROPERTY property, CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock);
 
 #endif

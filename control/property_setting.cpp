@@ -37,6 +37,7 @@ bool MeetsNeeds(const ControlContext& context, Needs needs)
 
 /// Logs, checks and records.
 Verdict Prepare(const ControlContext& context, const PropertyRow& row, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     const StoredValue& stored = row.stored;
     if (row.text != nullptr)
@@ -52,6 +53,7 @@ Verdict Prepare(const ControlContext& context, const PropertyRow& row, const CAM
 }
 
 bool Apply(const ControlContext& context, const PropertyRow& row, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     if (!MeetsNeeds(context, row.needs))
         return false;
@@ -65,6 +67,7 @@ bool Apply(const ControlContext& context, const PropertyRow& row, const CAM_PROP
 }
 
 bool Perform(const ControlContext& context, const PropertyRow& row, CAM_PROP_VALUE value)
+    REQUIRES(m_video_ctrl_lock)
 {
     if (row.stored.range.outside == Outside::kCut)
         value.value = row.stored.range.Cut(value.value);

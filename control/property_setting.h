@@ -8,6 +8,6 @@
 /// Answers ICameraSubject::SetProperty. The caller holds m_video_ctrl_lock,
 /// which must be recursive: a restart of recording takes it again.
 bool ApplyProperty(const ControlContext& context, CAM_PROPERTY property,
-                   const CAM_PROP_VALUE& value);
+                   const CAM_PROP_VALUE& value) REQUIRES(m_video_ctrl_lock);
 
 #endif

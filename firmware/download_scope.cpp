@@ -1,9 +1,10 @@
 #include "firmware/download_scope.h"
 
+CamMutex g_query_lock;
+
 namespace {
 
-CamMutex g_query_lock;
-int g_downloads = 0;  ///< guarded by g_query_lock
+int g_downloads GUARDED_BY(g_query_lock) = 0;
 
 }  // namespace
 

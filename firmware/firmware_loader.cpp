@@ -80,7 +80,7 @@ void CCameraFwLoader::Run()
     std::snprintf(boot_path, sizeof boot_path, "%.*s", static_cast<int>(sizeof boot_path_name),
                   boot_path_name);
     CAM_LOG_AS(kRun, kLogDebugging, "Boot code file is [%s]\n", boot_path);
-    UpdateBootCode(m_device, boot_path, boot_version);
+    UpdateBootCode(OwnDevice(), boot_path, boot_version);
 
     if (m_callback != nullptr) {
         CAM_LOG_AS(kRun, kLogDebugging,
@@ -116,7 +116,7 @@ bool CCameraFwLoader::OpenCamera()
     if (!WaitForReboot())
         return false;
     SetDevice(OpenKelDevice(CAM_VENDOR_ID, CAM_PRODUCT_ID, kNoInterface));
-    if (m_device != nullptr)
+    if (OwnDevice() != nullptr)
         return true;
     Report(kNoDevice);
     CAM_LOG_AS(kRun, kLogFatal, "CCameraFwLoader: Failed to open camera device. exit \r\n");
@@ -129,22 +129,22 @@ bool CCameraFwLoader::OpenBootLoader(bool& use_pcsync)
 {
     use_pcsync = true;
     SetDevice(OpenKelDevice(m_vid, m_pid, m_interface));
-    for (int attempt = 0; m_device == nullptr && attempt < kUvcOpenAttempts; ++attempt) {
+    for (int attempt = 0; OwnDevice() == nullptr && attempt < kUvcOpenAttempts; ++attempt) {
         SleepSeconds(kOpenRetrySeconds);
         SetDevice(OpenKelDevice(m_vid, m_pid, kUvcInterface));
-        if (m_device != nullptr) {
+        if (OwnDevice() != nullptr) {
             CAM_LOG_AS(kRun, kLogDebugging, "Current boot code is using UVC interface.\r\n");
             use_pcsync = false;
         }
     }
     CAM_LOG_AS(kRun, kLogDebugging, "Exit OpenKelDevice. \r\n");
-    return m_device != nullptr;
+    return OwnDevice() != nullptr;
 }
 
 bool CCameraFwLoader::DownloadFirmware(bool use_pcsync, std::uint32_t& boot_version)
 {
     unsigned char version[6] = {};
-    if (KelXU_GetFWVersion(m_device, version) == 0) {
+    if (KelXU_GetFWVersion(OwnDevice(), version) == 0) {
         boot_version = static_cast<std::uint32_t>(version[2]) << 24 |
                        static_cast<std::uint32_t>(version[3]) << 16 |
                        static_cast<std::uint32_t>(version[4]) << 8 | version[5];
@@ -162,10 +162,10 @@ bool CCameraFwLoader::DownloadFirmware(bool use_pcsync, std::uint32_t& boot_vers
     int result;
     if (use_pcsync) {
         CAM_LOG_AS(kRun, kLogDebugging, "Enter UpdateFirmwarePcsyncPath. \r\n");
-        result = UpdateFirmwarePcsyncPath(m_device, firmware_path, kFirmwareType);
+        result = UpdateFirmwarePcsyncPath(OwnDevice(), firmware_path, kFirmwareType);
     } else {
         CAM_LOG_AS(kRun, kLogDebugging, "Enter UpdateFirmwareUvcPath. \r\n");
-        result = UpdateFirmwareUvcPath(m_device, firmware_path, kFirmwareType);
+        result = UpdateFirmwareUvcPath(OwnDevice(), firmware_path, kFirmwareType);
     }
     if (result != 0) {
         Report(kFirmwareFailure);
@@ -196,7 +196,7 @@ bool CCameraFwLoader::WaitForReboot()
 void CCameraFwLoader::ReportVersion()
 {
     unsigned char version[6] = {};
-    KelXU_GetFWVersion(m_device, version);
+    KelXU_GetFWVersion(OwnDevice(), version);
     WriteVersionReport(version);
 }
 
@@ -206,7 +206,7 @@ void CCameraFwLoader::WatchDevice()
     int failures = 0;
     while (!StopRequested()) {
         unsigned char answer[8] = {};
-        const int result = KelIspCmdGetResult(m_device, answer, kWatchTimeoutMs);
+        const int result = KelIspCmdGetResult(OwnDevice(), answer, kWatchTimeoutMs);
         CAM_LOG_AS(kRun, kLogInfo, "CCameraFwLoader ****** : KEL Camera Checking hr=%d\r\n",
                    result);
         if (result == 0) {
@@ -224,7 +224,7 @@ void CCameraFwLoader::OnDisconnected(int result)
 {
     CAM_LOG_AS(kRun, kLogFatal,
                "!!!  KEL Camera Checking :: Camera is disconnected. , hr=%d !!!\r\n", result);
-    if (m_device != nullptr) {
+    if (OwnDevice() != nullptr) {
         CAM_LOG_AS(kRun, kLogDebugging, "CloseKelDevice +\r\n");
         CloseDevice();
         CAM_LOG_AS(kRun, kLogDebugging, "CloseKelDevice -\r\n");

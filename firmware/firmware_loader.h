@@ -36,7 +36,7 @@ public:
     /// Reads the camera's firmware version. 1 when it answered with one, else
     /// 0; so also, with nothing sent, while the library downloads an image into
     /// whichever device. Any thread.
-    int GetCamVersion();
+    int GetCamVersion() EXCLUDES(m_device_lock);
     /// Burns the boot code in `path` when it is newer than `deviceVersion`. 0
     /// also when there is no such file or it is not newer; 0x80000003 for a
     /// file that is no boot code, or a failed download. 3 s and more.
@@ -61,20 +61,24 @@ private:
     void ReportVersion();
     void WatchDevice();
     void OnDisconnected(int result);
-    void SetDevice(_KelDevHandle* device);
-    void CloseDevice();
-    void Report(unsigned status);
+    void SetDevice(_KelDevHandle* device) EXCLUDES(m_device_lock);
+    void CloseDevice() EXCLUDES(m_device_lock);
+    void Report(unsigned status) EXCLUDES(m_device_lock);
+    /// For this thread, which alone changes it.
+    _KelDevHandle* OwnDevice() const NO_THREAD_SAFETY_ANALYSIS { return m_device; }
 
+    // Constant after construction.
     const std::uint16_t m_pid;
     const std::uint16_t m_vid;
     const std::uint8_t m_interface;
     ICameraSubject* const m_camera;
     void* const m_callback_context;
     const Callback m_callback;
-    /// Changed only by this thread, under m_device_lock; so this thread reads
-    /// it freely, and others read it under the lock.
-    _KelDevHandle* m_device = nullptr;
-    std::uint32_t m_camera_version = 0;  ///< guarded by m_device_lock
+    /// Changed only by this thread, under the lock; so this thread reads it
+    /// freely, see OwnDevice, and others read it under the lock.
+    _KelDevHandle* m_device GUARDED_BY(m_device_lock) = nullptr;
+    std::uint32_t m_camera_version GUARDED_BY(m_device_lock) = 0;
+    /// Taken after the lock of a version query, see download_scope.h.
     pMutex m_device_lock;
 };
 

@@ -3,7 +3,8 @@
 #include <new>
 #include <utility>
 
-/// A loader in the list. The members are guarded by the slot's lock.
+/// A loader in the list. The slot's lock guards the public members: nobody finds
+/// a loader but through the list, whose head says so.
 class FirmwareLoaderSlot::Worker : public CCameraFwLoader
 {
 public:
@@ -122,9 +123,8 @@ void FirmwareLoaderSlot::StopAndDelete()
             worker->RequestStop();
         WakeSleepers();
     }
-    // Without the lock, which their call-backs take. Now that the slot is closed
-    // the list stays as it is.
-    for (Worker* worker = m_newest.get(); worker != nullptr; worker = worker->older.get())
+    // Without the lock, which their call-backs take.
+    for (Worker* worker = NewestOfClosed(); worker != nullptr; worker = worker->older.get())
         worker->Stop();
 
     std::unique_ptr<Worker> loaders;

@@ -28,30 +28,34 @@ public:
     /// one stands. Nothing after StopAndDelete.
     ///
     /// @return false when the system has no thread or no memory for a loader
-    bool Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
+    bool Restart(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context)
+        EXCLUDES(m_lock);
     /// Ends every loader. Returns when their threads have ended and no thread is
     /// inside Restart.
-    void StopAndDelete();
+    void StopAndDelete() EXCLUDES(m_lock);
     /// CCameraFwLoader::GetCamVersion of the newest loader; 0 without one.
-    int CamVersion();
+    int CamVersion() EXCLUDES(m_lock);
 
 private:
     class Worker;
 
-    bool StartNext(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context);
-    void WaitUntilOver(Worker& worker);
-    void FreeThoseOver();
-    void Sleep();
-    void WakeSleepers();
-    void OnOver(Worker& worker);
+    bool StartNext(ICameraSubject* camera, CCameraFwLoader::Callback callback, void* context)
+        REQUIRES(m_lock);
+    void WaitUntilOver(Worker& worker) REQUIRES(m_lock);
+    void FreeThoseOver() REQUIRES(m_lock);
+    void Sleep() REQUIRES(m_lock);
+    void WakeSleepers() REQUIRES(m_lock);
+    void OnOver(Worker& worker) EXCLUDES(m_lock);
+    /// For StopAndDelete: once the slot is closed the list stays as it is.
+    Worker* NewestOfClosed() const NO_THREAD_SAFETY_ANALYSIS { return m_newest.get(); }
 
     pMutex m_lock;
     pSyncEvent m_changed;
-    // Guarded by m_lock.
-    std::unique_ptr<Worker> m_newest;  ///< head of the list
-    int m_sleepers = 0;                ///< threads that wait on m_changed
-    int m_restarts = 0;                ///< threads inside Restart
-    bool m_closed = false;
+    /// Head of the list.
+    std::unique_ptr<Worker> m_newest GUARDED_BY(m_lock) PT_GUARDED_BY(m_lock);
+    int m_sleepers GUARDED_BY(m_lock) = 0;  ///< threads that wait on m_changed
+    int m_restarts GUARDED_BY(m_lock) = 0;  ///< threads inside Restart
+    bool m_closed GUARDED_BY(m_lock) = false;
 };
 
 #endif

@@ -61,6 +61,7 @@ private:
     // Constant while the device is open.
     libusb_device_handle* m_handle = nullptr;
     libusb_device* m_device = nullptr;
+    // Atomic.
     std::atomic<bool> m_said_gone{false};
 };
 

@@ -50,9 +50,11 @@ private:
     friend class TransferSlots;
     enum class State { kIdle, kInFlight, kAbandoned };
 
+    // Constant from the allocation to the end.
     const unsigned m_index;
     libusb_transfer* m_transfer = nullptr;
     unsigned char* m_buffer = nullptr;
+    // Atomic: says whose the buffer's content is.
     std::atomic<State> m_state{State::kIdle};
 };
 
@@ -114,7 +116,7 @@ private:
     static constexpr int kSettleLimitMs = 1000;
 
     CameraDevice& m_device;
-    SlottedTransfer* m_slots[kCapacity] = {};
+    SlottedTransfer* m_slots[kCapacity] = {};  ///< under the owner's lock
 };
 
 #endif

@@ -59,6 +59,7 @@ private:
     bool Append(const unsigned char* data, unsigned length);
     unsigned char* End(CFrameBuf* frame) const { return frame->Data() + m_filled; }
 
+    // The owner guards them all: with the transport's transfer lock.
     CFrameBufQueue* m_queue = nullptr;
     std::unique_ptr<CFrameBufferLocker> m_locker;  ///< null between streams
     std::uint32_t m_max_frame_size = 0;

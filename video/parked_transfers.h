@@ -44,8 +44,8 @@ public:
     bool IsEmpty() const { return m_count == 0; }
 
 private:
-    libusb_transfer* m_transfers[kCapacity] = {};
-    std::atomic<unsigned> m_count{0};
+    libusb_transfer* m_transfers[kCapacity] = {};  ///< under the owner's lock
+    std::atomic<unsigned> m_count{0};              ///< atomic; changed under it
 };
 
 #endif

@@ -49,7 +49,7 @@ void CLibUSB_UvcCtrl::handle_libusb_event()
             // The ring is full and a control request is under way, whose caller
             // handles the events meanwhile. Waiting here rather than in libusb,
             // this thread goes on as soon as there is room.
-            m_frame_queue->WaitForRoom(kEventSliceMs);
+            RingUnderTransferLock()->WaitForRoom(kEventSliceMs);
         }
         m_event_pass_thread.store(pthread_t(), std::memory_order_relaxed);
         WakeOverdueConsumer();
@@ -63,8 +63,8 @@ void CLibUSB_UvcCtrl::WakeOverdueConsumer()
 {
     if (m_pass_brought_payloads && ++m_busy_passes % kBusyPassesPerLook != 0)
         return;
-    if (m_frame_queue != nullptr)
-        m_frame_queue->WakeOverdueConsumer();
+    if (RingUnderTransferLock() != nullptr)
+        RingUnderTransferLock()->WakeOverdueConsumer();
 }
 
 void LIBUSB_CALL CLibUSB_UvcCtrl::callback(libusb_transfer* transfer)
@@ -82,8 +82,9 @@ void CLibUSB_UvcCtrl::OnCompletion(TransferCbParam& param)
         Park(param);
         return;
     }
+    InEventPass();
     m_pass_brought_payloads = true;
-    if (!TransferSlots::SetIdle(param) || m_frame_queue == nullptr)
+    if (!TransferSlots::SetIdle(param) || RingUnderTransferLock() == nullptr)
         return;
     if (!TakeParkedTransfers()) {
         const CamMutexGuard guard(m_park_lock);
@@ -101,7 +102,7 @@ void CLibUSB_UvcCtrl::Park(TransferCbParam& param)
         // Idle and parked at once: teardown empties the park before it frees
         // what is idle.
         const CamMutexGuard guard(m_park_lock);
-        if (TransferSlots::SetIdle(param) && m_frame_queue != nullptr)
+        if (TransferSlots::SetIdle(param) && RingUnderParkLock() != nullptr)
             m_parked.PushBack(param.Transfer());
     }
     WakeForParked();
@@ -111,7 +112,7 @@ void CLibUSB_UvcCtrl::Park(TransferCbParam& param)
 /// have looked for them just before.
 void CLibUSB_UvcCtrl::WakeForParked()
 {
-    if (!m_parked.IsEmpty() && libusb_interrupt_event_handler != nullptr)
+    if (IsAnythingParked() && libusb_interrupt_event_handler != nullptr)
         libusb_interrupt_event_handler(m_context.Get());
 }
 
@@ -120,7 +121,7 @@ void CLibUSB_UvcCtrl::WakeForParked()
 bool CLibUSB_UvcCtrl::TakeParkedTransfers()
 {
     // The way of nearly every payload, without a lock.
-    while (!m_parked.IsEmpty()) {
+    while (IsAnythingParked()) {
         libusb_transfer* transfer;
         {
             const CamMutexGuard guard(m_park_lock);

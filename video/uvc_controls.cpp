@@ -43,8 +43,8 @@ public:
     {
         const CamMutexGuard guard(m_transport.m_park_lock);
         ++m_transport.m_control_requests;
-        if (m_transport.m_frame_queue != nullptr)
-            m_transport.m_frame_queue->WakeProducer();
+        if (m_transport.RingUnderParkLock() != nullptr)
+            m_transport.RingUnderParkLock()->WakeProducer();
     }
     ~ControlRequestScope()
     {

@@ -6,9 +6,9 @@ int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
 {
     *data = nullptr;
     *size = 0;
-    if (m_frame_queue == nullptr)
+    if (RingInUse() == nullptr)
         return 0;
-    const int lent = m_frame_queue->Lend(data, size);
+    const int lent = RingInUse()->Lend(data, size);
     if (lent == 0)
         WakeForParked();
     return lent;
@@ -16,18 +16,18 @@ int CLibUSB_UvcCtrl::DequeFrameBuf(unsigned char** data, unsigned int* size)
 
 int CLibUSB_UvcCtrl::QueueFrameBuf()
 {
-    if (m_frame_queue == nullptr)
+    if (RingInUse() == nullptr)
         return 0;
-    m_frame_queue->Release();
+    RingInUse()->Release();
     WakeForParked();
     return 0;
 }
 
 unsigned int CLibUSB_UvcCtrl::ReadFrame(unsigned char* dst, unsigned int maxLength)
 {
-    if (m_frame_queue == nullptr)
+    if (RingInUse() == nullptr)
         return 0;
-    const unsigned copied = m_frame_queue->CopyOut(dst, maxLength);
+    const unsigned copied = RingInUse()->CopyOut(dst, maxLength);
     WakeForParked();
     return copied;
 }

@@ -179,8 +179,8 @@ int CLibUSB_UvcCtrl::UVC_DisableVideoStream()
     m_streaming = false;
     // Before the transfer lock: the event thread may hold it while it sleeps on
     // a full ring, and the closed ring is what wakes it.
-    if (m_frame_queue != nullptr)
-        m_frame_queue->Close();
+    if (RingInUse() != nullptr)
+        RingInUse()->Close();
     {
         const MutexGuard guard(m_transfer_lock);
         DeleteRing();
@@ -224,14 +224,14 @@ void CLibUSB_UvcCtrl::PumpCancellations()
 {
     // Without an event thread (its stream failed to start) nobody else would.
     if (!m_event_thread_running)
-        m_transfers.WaitUntilIdle([this] { handle_libusb_event(); });
+        OwnTransfers().WaitUntilIdle([this] { handle_libusb_event(); });
 }
 
 void CLibUSB_UvcCtrl::WaitForCancellations()
 {
     // A loaded machine may need longer than the fixed time.
     if (m_event_thread_running)
-        m_transfers.WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
+        OwnTransfers().WaitUntilIdle([] { SleepMilliseconds(kSettlePollMs); });
 }
 
 void CLibUSB_UvcCtrl::FreeTransfers()
@@ -246,11 +246,11 @@ void CLibUSB_UvcCtrl::FreeTransfers()
     }
 }
 
-/// Under the transfer lock, which the ring's producer holds.
+/// The transfer lock keeps the ring's producer away.
 void CLibUSB_UvcCtrl::DeleteRing()
 {
     m_assembler.End();
-    CFrameBufQueue* const queue = m_frame_queue;
+    CFrameBufQueue* const queue = RingUnderTransferLock();
     {
         const CamMutexGuard guard(m_park_lock);
         m_frame_queue = nullptr;

@@ -31,7 +31,34 @@
 /// parked payloads up, in order, before any new one. For the same reason it
 /// does not sleep on a full ring while a control request is under way.
 ///
-/// Locks, outermost first: transfer lock, park lock, ring mutex.
+/// Locks, outermost first: transfer lock, park lock, ring mutex. None of them is
+/// held while a control request is made.
+///
+/// States, each with what may happen in it:
+///
+///     state      event                        action                             next
+///     closed     Init                         open, claim, setting 0             open
+///     closed     Init fails                   close again                        closed
+///     closed     enable, control request      -1                                 closed
+///     open       enable                       negotiate, allocate, submit all    streaming
+///     open       enable, a step before the    -1; nothing is in flight           open
+///                submissions fails
+///     open       enable, the last submission  its error; streams, but without    streaming
+///                refused                      an event thread
+///     open       disable                      as from streaming, with nothing    open
+///                                             to cancel
+///     streaming  enable                       disable, then as from open         streaming
+///     streaming  payload                      to the ring or parked; resubmit    streaming
+///     streaming  device gone                  transfers leave circulation        streaming
+///     streaming  disable                      close and delete the ring, then    stopping
+///                                             cancel
+///     stopping   completion                   ignored: there is no ring          stopping
+///     stopping   nothing in flight, or 1 s    setting 0, free what is idle       open
+///     open,      destruction                  release, close, free or abandon    closed
+///     streaming
+///
+/// open is IsOpen of the device, streaming is m_streaming; stopping lasts as long
+/// as UVC_DisableVideoStream.
 class CLibUSB_UvcCtrl
 {
 public:
@@ -47,14 +74,15 @@ public:
     /// moved, -1 without a device, 0x80000003 when the transfer failed.
     int UVC_query_ctrl(unsigned char request, unsigned char unit, unsigned char interface,
                        unsigned char selector, void* data, unsigned short length,
-                       unsigned int timeout);
+                       unsigned int timeout) EXCLUDES(m_transfer_lock, m_park_lock);
 
     /// Negotiates and starts a stream: 0; -1 when a step failed; the negative
     /// error of the last transfer's submission, streaming all the same.
-    int UVC_EnableVideoStream(int formatId, int frameId, int fps);
+    int UVC_EnableVideoStream(int formatId, int frameId, int fps)
+        EXCLUDES(m_transfer_lock, m_park_lock);
     /// Stops the stream and frees its buffers: the result of selecting
     /// alternate setting 0.
-    int UVC_DisableVideoStream();
+    int UVC_DisableVideoStream() EXCLUDES(m_transfer_lock, m_park_lock);
 
     // Controls: 1 on success, 0 on failure or for a control there is not.
     int SetPU(unsigned int selector, int value);
@@ -78,7 +106,8 @@ public:
     unsigned int ReadFrame(unsigned char* dst, unsigned int maxLength);
 
     /// One pass of event handling, 33 ms at most unless the ring is full.
-    void handle_libusb_event();
+    /// Also made by teardown, which may hold the transfer lock.
+    void handle_libusb_event() EXCLUDES(m_park_lock);
 
 protected:
     static constexpr unsigned kTransfers = 3;
@@ -99,53 +128,84 @@ private:
 
     static void LIBUSB_CALL callback(libusb_transfer* transfer);
     void OnCompletion(TransferCbParam& param);
-    void Park(TransferCbParam& param);
-    bool HandleCompletion(libusb_transfer* transfer);
-    bool FillVideoBuf_Bulk(libusb_transfer* transfer);
-    bool TakeParkedTransfers();
-    void WakeForParked();
-    void WakeOverdueConsumer();
+    void Park(TransferCbParam& param) EXCLUDES(m_park_lock);
+    bool HandleCompletion(libusb_transfer* transfer) REQUIRES(m_transfer_lock);
+    bool FillVideoBuf_Bulk(libusb_transfer* transfer) REQUIRES(m_transfer_lock);
+    bool TakeParkedTransfers() REQUIRES(m_transfer_lock) EXCLUDES(m_park_lock);
+    void WakeForParked() EXCLUDES(m_park_lock);
+    void WakeOverdueConsumer() REQUIRES(m_transfer_lock);
     bool OnEventThread() const;
-    void Resubmit(libusb_transfer* transfer);
+    void Resubmit(libusb_transfer* transfer) REQUIRES(m_transfer_lock);
 
-    int Negotiate(int formatId, int frameId, int fps, unsigned char* answer);
-    bool AllocateStream();
-    bool AllocateFrames();
-    bool AllocateTransfers();
-    int SubmitTransfers();
-    void FreeLeftTransfers();
-    void DeleteRing();
-    void DeleteFrames();
-    void CancelTransfers();
-    void PumpCancellations();
-    void WaitForCancellations();
-    void FreeTransfers();
+    int Negotiate(int formatId, int frameId, int fps, unsigned char* answer)
+        EXCLUDES(m_transfer_lock, m_park_lock);
+    bool AllocateStream() REQUIRES(m_transfer_lock);
+    bool AllocateFrames() REQUIRES(m_transfer_lock) EXCLUDES(m_park_lock);
+    bool AllocateTransfers() REQUIRES(m_transfer_lock);
+    int SubmitTransfers() REQUIRES(m_transfer_lock);
+    void FreeLeftTransfers() REQUIRES(m_transfer_lock);
+    void DeleteRing() REQUIRES(m_transfer_lock) EXCLUDES(m_park_lock);
+    void DeleteFrames() REQUIRES(m_transfer_lock);
+    void CancelTransfers() EXCLUDES(m_transfer_lock);
+    void PumpCancellations() EXCLUDES(m_park_lock);
+    /// Not under the transfer lock, which the event thread needs for it.
+    void WaitForCancellations() EXCLUDES(m_transfer_lock);
+    void FreeTransfers() EXCLUDES(m_transfer_lock);
+
+    // Where a rule stands in for a lock.
+
+    /// Once OnEventThread has said so: handle_libusb_event, further up on this
+    /// thread's stack, holds the transfer lock.
+    void InEventPass() const ASSERT_CAPABILITY(m_transfer_lock) {}
+    /// Either of the two locks under which the ring is written keeps it.
+    CFrameBufQueue* RingUnderTransferLock() const REQUIRES(m_transfer_lock)
+        NO_THREAD_SAFETY_ANALYSIS
+    {
+        return m_frame_queue;
+    }
+    CFrameBufQueue* RingUnderParkLock() const REQUIRES(m_park_lock) NO_THREAD_SAFETY_ANALYSIS
+    {
+        return m_frame_queue;
+    }
+    /// For the consumer, and for the owner, who alone writes it and does so while
+    /// nobody consumes.
+    CFrameBufQueue* RingInUse() const NO_THREAD_SAFETY_ANALYSIS { return m_frame_queue; }
+    /// For the owner, who alone fills and empties the slots; the states in them
+    /// are atomic.
+    const TransferSlots& OwnTransfers() const NO_THREAD_SAFETY_ANALYSIS { return m_transfers; }
+    /// The number of parked transfers is atomic.
+    bool IsAnythingParked() const NO_THREAD_SAFETY_ANALYSIS { return !m_parked.IsEmpty(); }
 
     /// Recursive; held around event handling and every change of the transfers,
     /// the buffers and their sizes.
-    pMutex m_transfer_lock;
-    std::uint32_t m_max_frame_size = 0;    ///< bytes of each frame buffer
-    std::uint32_t m_max_payload_size = 0;  ///< bytes of each bulk transfer
+    pMutex m_transfer_lock ACQUIRED_BEFORE(m_park_lock);
+    /// Bytes of each frame buffer, and of each bulk transfer.
+    std::uint32_t m_max_frame_size GUARDED_BY(m_transfer_lock) = 0;
+    std::uint32_t m_max_payload_size GUARDED_BY(m_transfer_lock) = 0;
+    // The owner's.
     int m_format_id = 0;
     int m_frame_id = 0;
+    // The context is constant after construction, the device while it is open.
     UsbContext m_context;
     CameraDevice m_device{m_context};
-    TransferSlots m_transfers{m_device};
-    CFrameBuf* m_frames[kFrameBuffers] = {};
-    /// Written under both the transfer lock and the park lock.
-    CFrameBufQueue* m_frame_queue = nullptr;
+    TransferSlots m_transfers GUARDED_BY(m_transfer_lock){m_device};
+    CFrameBuf* m_frames[kFrameBuffers] GUARDED_BY(m_transfer_lock) = {};
+    /// Written under both; see the accessors for who reads it.
+    CFrameBufQueue* m_frame_queue GUARDED_BY(m_transfer_lock) GUARDED_BY(m_park_lock) = nullptr;
     std::atomic<bool> m_streaming{false};
-    FrameAssembler m_assembler;  ///< under the transfer lock
-    // Event thread only.
-    bool m_pass_brought_payloads = false;
-    unsigned m_busy_passes = 0;
+    FrameAssembler m_assembler GUARDED_BY(m_transfer_lock);
+    // Of event passes, see handle_libusb_event.
+    bool m_pass_brought_payloads GUARDED_BY(m_transfer_lock) = false;
+    unsigned m_busy_passes GUARDED_BY(m_transfer_lock) = 0;
 
+    // Atomic.
     std::atomic<pthread_t> m_event_pass_thread{};  ///< inside handle_libusb_event, or 0
     std::atomic<bool> m_event_thread_running{false};
     std::atomic<int> m_control_requests{0};  ///< under way on this handle
 
+    /// Held for a few instructions, by completions on any thread.
     CamMutex m_park_lock;
-    ParkedTransfers m_parked;  ///< guarded by m_park_lock
+    ParkedTransfers m_parked GUARDED_BY(m_park_lock);
 };
 
 #endif

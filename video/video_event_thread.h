@@ -23,6 +23,7 @@ public:
     void EnableTest() { m_test = 1; }
 
 private:
+    // The owner's.
     std::uint32_t m_transfer_state = 0;
     std::uint32_t m_test = 0;
 };

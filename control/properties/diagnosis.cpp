@@ -34,6 +34,7 @@ bool ReadLevel(const ControlContext&, CAM_PROP_VALUE& value)
 }
 
 bool SendUserFlag(const ControlContext& context, const CAM_PROP_VALUE&)
+    REQUIRES(m_video_ctrl_lock)
 {
     return SendFrame(*context.video, kXuMmpCommand, MmpUserFlag(context.settings.user_flag)) >= 0;
 }

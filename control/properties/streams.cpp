@@ -21,6 +21,7 @@ std::uint16_t HighHalf(std::int32_t value)
 }
 
 Verdict TakeResolution(const ControlContext& context, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     const std::uint16_t width = LowHalf(value.value);
     const std::uint16_t height = HighHalf(value.value);
@@ -39,6 +40,7 @@ Verdict TakeResolution(const ControlContext& context, const CAM_PROP_VALUE& valu
 }
 
 bool ReadResolution(const ControlContext& context, CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     const std::uint32_t height = context.settings.height;
     value.value = static_cast<std::int32_t>(context.settings.width | height << 16);
@@ -47,6 +49,7 @@ bool ReadResolution(const ControlContext& context, CAM_PROP_VALUE& value)
 
 /// A negative type is taken; recording then selects no known combination.
 Verdict CheckSignalType(const ControlContext& context, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     const auto current = static_cast<std::int32_t>(context.settings.signal_type);
     if (value.value != current)
@@ -56,6 +59,7 @@ Verdict CheckSignalType(const ControlContext& context, const CAM_PROP_VALUE& val
 }
 
 void SetPendingCrop(const ControlContext& context, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     const MutexGuard guard(m_observer_lock);
     context.settings.m_pending_crop_x = LowHalf(value.value);
@@ -64,6 +68,7 @@ void SetPendingCrop(const ControlContext& context, const CAM_PROP_VALUE& value)
 }
 
 bool CropVga(const ControlContext& context, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     CAM_LOG_AS(kSetProperty, kLogDebugging,
                "CAM_PROPERTY_CROP_VGA, x=%d, y=%d, w=%d, h=%d\r\n", LowHalf(value.value),
@@ -73,6 +78,7 @@ bool CropVga(const ControlContext& context, const CAM_PROP_VALUE& value)
 }
 
 bool CropGray(const ControlContext& context, const CAM_PROP_VALUE& value)
+    REQUIRES(m_video_ctrl_lock)
 {
     CAM_LOG_AS(kSetProperty, kLogDebugging,
                "CAM_PROPERTY_CROP_GRAY, x=%d, y=%d, w=%d, h=%d\r\n", LowHalf(value.value),
@@ -84,6 +90,7 @@ bool CropGray(const ControlContext& context, const CAM_PROP_VALUE& value)
 /// The request stands, whether or not the camera can be told of it. Configured
 /// by video mode it is not told at all.
 Verdict RequestStill(const ControlContext& context, const CAM_PROP_VALUE&)
+    REQUIRES(m_video_ctrl_lock)
 {
     context.settings.m_send_jpeg = 1;
     return context.settings.use_signal_type == 1 ? Verdict::kApply : Verdict::kSucceed;
