@@ -16,6 +16,7 @@
 #include "control/video_capture_adapter.h"
 #include "control/video_options.h"
 #include "firmware/loader_slot.h"
+#include "runtime/process_locks.h"
 #include "video/video_capture_thread.h"
 
 /// The one camera of the process. It owns its adapters, capture threads and
@@ -60,7 +61,7 @@ public:
 
 private:
     void OnFirmwareReady();
-    bool OpenAdapters();
+    bool OpenAdapters() EXCLUDES(m_observer_lock, m_audio_observer_lock);
     void ApplyMainsFrequency();
     void CallHost(bool ready);
     void ReportUnstartedSearch();
@@ -68,38 +69,49 @@ private:
 
     bool StartVideo(KelUvcCapture& video);
     void EnterRecording();
-    void ConfigureVideoMode();
-    void ConfigureSignalType();
-    void ChooseVideoOption();
+    void ConfigureVideoMode() REQUIRES(m_video_ctrl_lock);
+    void ConfigureSignalType() REQUIRES(m_video_ctrl_lock);
+    void ChooseVideoOption() REQUIRES(m_video_ctrl_lock);
     void SendSignalType(unsigned char code);
     void SelectStreamTarget(unsigned char stream);
     void ConfigureSubStream();
-    void StopVideoThread();
-    void StopAudioThread();
-    bool StartAudio();
-    bool StartAudioThread(CAudioCapture* audio);
+    // Not under the lock of the observers that the thread may be inside.
+    void StopVideoThread() REQUIRES(m_start_stop_preview_lock, m_video_ctrl_lock)
+        EXCLUDES(m_observer_lock);
+    void StopAudioThread() REQUIRES(m_start_stop_preview_lock, m_video_ctrl_lock)
+        EXCLUDES(m_audio_observer_lock);
+    bool StartAudio() REQUIRES(m_start_stop_preview_lock, m_video_ctrl_lock);
+    bool StartAudioThread(CAudioCapture* audio)
+        REQUIRES(m_start_stop_preview_lock, m_video_ctrl_lock);
 
     bool IsDelivering() const;
-    void StampCrop(CCameraData& data);
+    void StampCrop(CCameraData& data) REQUIRES(m_observer_lock);
+    /// The one way to the lists of the base class, whose header shows hosts no
+    /// locks.
+    std::vector<ICameraObserver*>& ObserversOf(CAM_STREAM type) REQUIRES(m_observer_lock)
+    {
+        return m_observers[type];
+    }
 
+    // Atomic.
     /// Created by the loader thread when the camera is ready and kept until the
     /// end, so whoever sees one may use it.
     std::atomic<KelUvcCapture*> video_capturer{nullptr};
     std::atomic<CAudioCapture*> audio_capturer{nullptr};
-    /// Guarded by the start/stop lock and the video-control lock together.
-    CVideoCaptureThread* video_capture_thread = nullptr;
-    CAudioCaptureThread* audio_capture_thread = nullptr;
-    FirmwareLoaderSlot fw_loader;
+    CVideoCaptureThread* video_capture_thread GUARDED_BY(m_start_stop_preview_lock)
+        GUARDED_BY(m_video_ctrl_lock) = nullptr;
+    CAudioCaptureThread* audio_capture_thread GUARDED_BY(m_start_stop_preview_lock)
+        GUARDED_BY(m_video_ctrl_lock) = nullptr;
+    FirmwareLoaderSlot fw_loader;  ///< has a lock of its own
     std::atomic<void (*)(bool)> init_done_callback{nullptr};
-    CameraSettings m_settings;
+    CameraSettings m_settings;  ///< each of its members says what guards it
 
-    /// Last crop flag stamped; the first image always differs. Guarded by
-    /// m_observer_lock, as is the position.
-    std::uint16_t m_crop_flag = 0xFFFF;
-    std::uint16_t m_crop_x = 0;
-    std::uint16_t m_crop_y = 0;
-    /// Guarded by m_audio_observer_lock.
-    std::vector<ICameraObserver*> m_audio_observers;
+    /// Last crop flag stamped; the first image always differs.
+    std::uint16_t m_crop_flag GUARDED_BY(m_observer_lock) = 0xFFFF;
+    std::uint16_t m_crop_x GUARDED_BY(m_observer_lock) = 0;
+    std::uint16_t m_crop_y GUARDED_BY(m_observer_lock) = 0;
+    std::vector<ICameraObserver*> m_audio_observers GUARDED_BY(m_audio_observer_lock);
+    // Atomic.
     /// The threads that are inside observers of either lock, or 0. Written under
     /// that lock.
     std::atomic<pthread_t> m_video_deliverer{};

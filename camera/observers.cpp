@@ -88,7 +88,7 @@ bool CKelVeskCamera::RegisterObserver(ICameraObserver* observer)
         const MutexGuard audio_guard(m_audio_observer_lock);
         return Add(m_audio_observers, observer);
     }
-    if (type >= kStreamTypes || !Add(m_observers[type], observer))
+    if (type >= kStreamTypes || !Add(ObserversOf(type), observer))
         return false;
     if (type == CAM_STREAM_H264_MAIN && m_State == CAM_STATE_RECORDING) {
         KelUvcCapture* const video = video_capturer;
@@ -111,7 +111,7 @@ bool CKelVeskCamera::RemoveObserver(ICameraObserver* observer)
         const MutexGuard audio_guard(m_audio_observer_lock);
         return Remove(m_audio_observers, observer);
     }
-    return type < kStreamTypes && Remove(m_observers[type], observer);
+    return type < kStreamTypes && Remove(ObserversOf(type), observer);
 }
 
 int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
@@ -135,7 +135,7 @@ int CKelVeskCamera::OnFrameArrival(const CCameraData* data)
     CAM_LOG(kLogInfo, "OnFrameArrival, StreamType=%d\r\n", static_cast<int>(type));
     // With the list's lock held: a removed observer is never called again.
     if (type < kStreamTypes)
-        Deliver(m_observers[type], data, m_video_deliverer);
+        Deliver(ObserversOf(type), data, m_video_deliverer);
     return 1;
 }
 

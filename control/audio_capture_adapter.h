@@ -30,8 +30,9 @@ public:
     bool DeviceExists() const { return deviceExists; }
 
 private:
-    CKEL_AUDIO_LIB m_transport;
+    CKEL_AUDIO_LIB m_transport;  ///< has locks of its own
     std::atomic<bool> streaming{false};
+    // Constant after construction.
     bool deviceExists = false;
     const std::uint16_t m_product_id;
     const std::uint16_t m_vendor_id;

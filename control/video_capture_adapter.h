@@ -42,11 +42,13 @@ public:
     bool DeviceExists() const { return deviceExists; }
 
 private:
-    CKEL_CAM_LIB m_transport;
+    CKEL_CAM_LIB m_transport;  ///< has locks of its own
     std::atomic<bool> streaming{false};
+    // Constant after construction.
     bool deviceExists = false;
     const std::uint16_t m_product_id;
     const std::uint16_t m_vendor_id;
+    // Of the thread that configures: the camera object lets in one at a time.
     std::uint32_t m_width = 0;
     std::uint32_t m_height = 0;
     std::uint32_t m_format = 0;

@@ -61,7 +61,8 @@ private:
 
 /// Holds two pMutexes for a scope. Takes `first` and then `second`, but never
 /// waits for one while it holds the other: so it cannot block, for good,
-/// another thread that took them the other way round. Released in reverse.
+/// another thread that took them the other way round. Released in reverse. For
+/// the compiler it takes them in the order in which they are given.
 class SCOPED_CAPABILITY MutexPairGuard
 {
 public:
