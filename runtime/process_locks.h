@@ -4,8 +4,8 @@
 // Order, outermost first:
 //   m_start_stop_preview_lock -> m_video_ctrl_lock -> m_observer_lock
 //   -> m_audio_observer_lock -> g_control_transfer_lock
-// which the compiler checks, see scripts/check-locks, function by function. There
-// is one known exception that it cannot see: SetProperty holds m_video_ctrl_lock while it
+// The compiler checks it function by function (scripts/check-locks). One known
+// exception lies between functions: SetProperty holds m_video_ctrl_lock while it
 // restarts recording, which takes m_start_stop_preview_lock inside it. Meanwhile
 // the loader's thread may stop recording because the camera went away, which no
 // host can prevent; therefore whoever takes these two takes them through
