@@ -67,7 +67,7 @@ private:
     void ReportUnstartedSearch();
     ControlContext Control();
 
-    bool StartVideo(KelUvcCapture& video);
+    bool StartVideo(KelUvcCapture& video) REQUIRES(m_start_stop_preview_lock, m_video_ctrl_lock);
     void EnterRecording();
     void ConfigureVideoMode() REQUIRES(m_video_ctrl_lock);
     void ConfigureSignalType() REQUIRES(m_video_ctrl_lock);
