@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <new>
 
 #include "control/audio_capture_adapter.h"
 #include "control/video_capture_adapter.h"
@@ -15,42 +16,45 @@
 
 namespace {
 
+constexpr std::uint16_t kVendor = 0xA5C3;
+constexpr std::uint16_t kProduct = 0x96B7;
+
+/// Whether an adapter for this identity has these numbers side by side.
 template <typename Adapter>
+bool HasInItself(const std::uint16_t (&numbers)[2])
+{
+    // Zeros, so that what the constructor leaves alone holds nothing.
+    std::size_t room = sizeof(Adapter) + alignof(Adapter);
+    const std::unique_ptr<unsigned char[]> memory(new unsigned char[room]());
+    void* place = memory.get();
+    std::align(alignof(Adapter), sizeof(Adapter), place, room);
+    auto* const adapter = new (place) Adapter(kVendor, kProduct);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(adapter);
+    unsigned char wanted[sizeof numbers];
+    std::memcpy(wanted, numbers, sizeof numbers);
+    const bool found = std::search(bytes, bytes + sizeof(Adapter), std::begin(wanted),
+                                   std::end(wanted)) != bytes + sizeof(Adapter);
+    adapter->~Adapter();
+    return found;
+}
+
 class AdapterMembers : public testing::Test {
 protected:
     AdapterMembers() { vcam::standin::Bus::Instance().MarkConfigured(); }
 
-    /// Whether an adapter for this identity has these numbers side by side.
-    static bool HasInItself(std::uint16_t vendor, std::uint16_t product,
-                            const std::uint16_t (&numbers)[2])
-    {
-        // Zeros, so that what the constructor leaves alone holds nothing.
-        std::size_t room = sizeof(Adapter) + alignof(Adapter);
-        const std::unique_ptr<unsigned char[]> memory(new unsigned char[room]());
-        void* place = memory.get();
-        std::align(alignof(Adapter), sizeof(Adapter), place, room);
-        auto* const adapter = new (place) Adapter(vendor, product);
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(adapter);
-        unsigned char wanted[sizeof numbers];
-        std::memcpy(wanted, numbers, sizeof numbers);
-        const bool found = std::search(bytes, bytes + sizeof(Adapter), std::begin(wanted),
-                                       std::end(wanted)) != bytes + sizeof(Adapter);
-        adapter->~Adapter();
-        return found;
-    }
-
     test_support::CapturedLog m_log;
 };
 
-using Adapters = testing::Types<KelUvcCapture, CAudioCapture>;
-TYPED_TEST_SUITE(AdapterMembers, Adapters);
-
-TYPED_TEST(AdapterMembers, AreTheProductAndRightBehindItTheVendor)
+TEST_F(AdapterMembers, OfVideoAreTheProductAndRightBehindItTheVendor)
 {
-    constexpr std::uint16_t kVendor = 0xA5C3;
-    constexpr std::uint16_t kProduct = 0x96B7;
-    EXPECT_TRUE(this->HasInItself(kVendor, kProduct, {kProduct, kVendor}));
-    EXPECT_FALSE(this->HasInItself(kVendor, kProduct, {kVendor, kProduct}));
+    EXPECT_TRUE(HasInItself<KelUvcCapture>({kProduct, kVendor}));
+    EXPECT_FALSE(HasInItself<KelUvcCapture>({kVendor, kProduct}));
+}
+
+TEST_F(AdapterMembers, OfAudioAreTheProductAndRightBehindItTheVendor)
+{
+    EXPECT_TRUE(HasInItself<CAudioCapture>({kProduct, kVendor}));
+    EXPECT_FALSE(HasInItself<CAudioCapture>({kVendor, kProduct}));
 }
 
 }  // namespace

@@ -39,8 +39,8 @@ protected:
     {
         CompletionOverride gone;
         gone.status = LIBUSB_TRANSFER_NO_DEVICE;
-        m_bus.OverrideCompletion(1, gone,
-                                 [endpoint](const Call& call) { return call.endpoint == endpoint; });
+        m_bus.OverrideCompletion(
+            1, gone, [endpoint](const Call& call) { return call.endpoint == endpoint; });
     }
     /// The next control request to this unit or interface fails because the
     /// device is gone.

@@ -50,9 +50,12 @@ TEST_P(VideoCalls, OfAStart)
     m_bus.ClearCallLog();
     ASSERT_EQ(m_transport->EnableStream(3, 4, 30), 0);
     EXPECT_THAT(CallLines(),
-                ElementsAre("control 21 01 0100 0001 26 1000ms", "control a1 83 0100 0001 26 1000ms",
-                            "control a1 82 0100 0001 26 1000ms", "control 21 01 0100 0001 26 1000ms",
-                            "control a1 81 0100 0001 26 1000ms", "control 21 01 0200 0001 26 1500ms",
+                ElementsAre("control 21 01 0100 0001 26 1000ms",
+                            "control a1 83 0100 0001 26 1000ms",
+                            "control a1 82 0100 0001 26 1000ms",
+                            "control 21 01 0100 0001 26 1000ms",
+                            "control a1 81 0100 0001 26 1000ms",
+                            "control 21 01 0200 0001 26 1500ms",
                             "get_max_packet_size 81", "alloc_transfer", "alloc_transfer",
                             "alloc_transfer", kSubmit, kSubmit, kSubmit));
 }
