@@ -58,7 +58,7 @@ TEST_F(PairHarness, TellsWhatIsNotAsTheRowSays)
 
 TEST_F(PairHarness, TellsWhereEveryThreadHangs)
 {
-    const Verdict verdict = RunTrial({&kFine, 2, std::chrono::seconds(2), true});
+    const Verdict verdict = RunTrial({&kFine, 2, std::chrono::seconds(10), true});
     EXPECT_THAT(verdict.failures, Contains("hangs: no end of cam_destroy at the end"));
     EXPECT_THAT(verdict.stacks, HasSubstr("loader 1, last call libusb_get_device_list"));
     EXPECT_THAT(verdict.stacks, HasSubstr("pairs::Gate::Pass"));

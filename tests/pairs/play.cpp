@@ -201,9 +201,12 @@ void Play(const Trial& trial, int report_file)
         while (!scene.TheGate().Held() && !scene.IsCalm(false))
             ::poll(nullptr, 0, 1);
         if (trial.step == 0) {
+            // Nothing was disturbed, so there is nothing to look at.
             report.Line("steps " + std::to_string(scene.TheGate().Passed()));
-            std::fflush(stdout);
-            _exit(0);  // nothing was disturbed, there is nothing to look at
+            scene.JoinHosts();
+            if (!scene.Destroyed())
+                scene.Destroy();
+            return;
         }
         if (scene.TheGate().Held())
             report.Line("held " + scene.TheGate().Where());
