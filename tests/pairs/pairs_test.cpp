@@ -26,7 +26,7 @@ namespace {
 using test_support::TvRoot;
 
 /// Steps tried of each row.
-constexpr std::size_t kSample = 5;
+constexpr std::size_t kSample = PAIRS_SAMPLE;
 constexpr unsigned kParallel = 2;  // mostly asleep
 constexpr std::size_t kFirmwareSize = 4000;
 
@@ -40,7 +40,9 @@ Name Plain(Name name)
 
 Pair PairOf(const Row& row)
 {
-    return std::minmax(Plain(row.held), Plain(row.other));
+    const Name held = Plain(row.held);
+    const Name other = Plain(row.other);
+    return {std::min(held, other), std::max(held, other)};
 }
 
 std::vector<Pair> AllPairs()

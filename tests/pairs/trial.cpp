@@ -146,15 +146,6 @@ Verdict Collect(const Worker& worker, const Trial& trial, int status)
 
 }  // namespace
 
-std::chrono::seconds TrialLimit()
-{
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return std::chrono::seconds(100);
-#else
-    return std::chrono::seconds(20);
-#endif
-}
-
 std::vector<Verdict> RunTrials(const std::vector<Trial>& trials, unsigned parallel)
 {
     std::vector<Verdict> verdicts(trials.size());

@@ -13,12 +13,12 @@
 namespace pairs {
 
 /// Longer than anything takes that ends at all.
-std::chrono::seconds TrialLimit();
+constexpr std::chrono::seconds kTrialLimit{PAIRS_LIMIT};
 
 struct Trial {
     const Row* row = nullptr;
     std::size_t step = 0;  ///< 0: nobody is held and nothing else runs; the steps are counted
-    std::chrono::seconds limit = TrialLimit();
+    std::chrono::seconds limit = kTrialLimit;
     bool never_open = false;  ///< the gate stays closed, and the trial hangs
 };
 
