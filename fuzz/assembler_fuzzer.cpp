@@ -208,6 +208,16 @@ private:
         if (after.size() > 1)
             after[1] = static_cast<std::uint8_t>((after[1] & ~0x40) | (before[1] & 0x40));
         FUZZ_CHECK(after == before);
+        for (const auto& buffer : m_owned)
+            FUZZ_CHECK(IsZero(buffer->Data() + m_limit));
+    }
+
+    /// A slack's bytes.
+    static bool IsZero(const unsigned char* slack)
+    {
+        return std::all_of(slack, slack + CFrameBuf::kSlack, [](unsigned char byte) {
+            return byte == 0;
+        });
     }
 
     void Consume()
@@ -220,8 +230,7 @@ private:
         const Data& data = expected.front().data;
         FUZZ_CHECK(frame->size == data.size());
         FUZZ_CHECK(std::equal(data.begin(), data.end(), frame->Data()));
-        for (std::size_t i = 0; i < CFrameBuf::kSlack && expected.front().followed_by_zeros; ++i)
-            FUZZ_CHECK(frame->Data()[data.size() + i] == 0);
+        FUZZ_CHECK(!expected.front().followed_by_zeros || IsZero(frame->Data() + data.size()));
         m_queue->Release();
         expected.pop_front();
     }
