@@ -7,6 +7,7 @@
 #include "firmware/version_report.h"
 #include "runtime/debug_log.h"
 #include "runtime/sleep.h"
+#include "usb/device_loss.h"
 #include "usb/usb_identity.h"
 
 namespace {
@@ -215,6 +216,8 @@ void CCameraFwLoader::WatchDevice()
         }
         if (++failures <= kToleratedTimeouts && result == LIBUSB_ERROR_TIMEOUT)
             continue;
+        if (result == LIBUSB_ERROR_NO_DEVICE)
+            NoteDeviceLoss();
         OnDisconnected(result);
         return;
     }

@@ -29,7 +29,7 @@ bool CameraDevice::OpenByIdentity(int vid, int pid)
 
 bool CameraDevice::Open(int vid, int pid)
 {
-    m_said_gone = false;
+    m_losses_before = DeviceLosses();
     if (!OpenByIdentity(vid, pid)) {
         CAM_LOG_AS(kInit, kLogDebugging, "KEL Camera Device not found\n");
         return false;
@@ -72,7 +72,7 @@ void CameraDevice::Release(int interface)
 
 int CameraDevice::SelectSetting(int interface, int setting)
 {
-    if (m_said_gone.load(std::memory_order_relaxed) && !MaySelectSetting(m_context, m_device))
+    if (DeviceLosses() != m_losses_before && !MaySelectSetting(m_context, m_device))
         return LIBUSB_ERROR_NO_DEVICE;
     return Heed(libusb_set_interface_alt_setting(m_handle, interface, setting));
 }

@@ -2,13 +2,13 @@
 #ifndef TORVIK_USB_CAMERA_DEVICE_H
 #define TORVIK_USB_CAMERA_DEVICE_H
 
-#include <atomic>
 #include <libusb.h>
 
+#include "usb/device_loss.h"
 #include "usb/usb_context.h"
 
-/// One transport's handle of the camera. It remembers whether anything said on
-/// this handle that the device is gone, because selecting an alternate setting
+/// One transport's handle of the camera. It knows whether anything has said since
+/// it was opened that the device is gone, because selecting an alternate setting
 /// then needs care; so every result of a call that takes the handle goes through
 /// Heed.
 ///
@@ -52,7 +52,7 @@ public:
         return result;
     }
     /// A transfer completed because the device is gone.
-    void HeedLoss() { m_said_gone.store(true, std::memory_order_relaxed); }
+    void HeedLoss() { NoteDeviceLoss(); }
 
 private:
     bool OpenByIdentity(int vid, int pid);
@@ -61,8 +61,7 @@ private:
     // Constant while the device is open.
     libusb_device_handle* m_handle = nullptr;
     libusb_device* m_device = nullptr;
-    // Atomic.
-    std::atomic<bool> m_said_gone{false};
+    unsigned m_losses_before = 0;  ///< before it was opened
 };
 
 #endif
