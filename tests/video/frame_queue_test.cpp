@@ -318,8 +318,8 @@ TEST_F(FrameQueue, BufferHasZeroedSlackBehindItsCapacity)
 {
     CFrameBuf buffer(3);
     EXPECT_EQ(buffer.size, 0u);
-    for (std::size_t i = 0; i < 3 + CFrameBuf::kSlack; ++i)
-        EXPECT_EQ(buffer.Data()[i], 0);
+    for (std::size_t i = 0; i < CFrameBuf::kSlack; ++i)
+        EXPECT_EQ(buffer.Data()[3 + i], 0);
 }
 
 }  // namespace
