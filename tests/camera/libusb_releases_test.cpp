@@ -104,18 +104,20 @@ protected:
         ASSERT_TRUE(m_camera->StartRecording());
         m_bus.ClearCallLog();
     }
+
+    SteadyCalls m_calls;
 };
 
 TEST_P(CameraCalls, OfAnOpening)
 {
-    EXPECT_EQ(CallLines(), Joined({kOpenVideo, kOpenAudio, kStartAudio}));
+    EXPECT_EQ(m_calls.Lines(), Joined({kOpenVideo, kOpenAudio, kStartAudio}));
 }
 
 TEST_P(CameraCalls, OfTheStartOfARecording)
 {
     m_bus.ClearCallLog();
     ASSERT_TRUE(m_camera->StartRecording());
-    EXPECT_EQ(CallLines(),
+    EXPECT_EQ(m_calls.Lines(),
               Joined({{kMmp},                           // combination of streams
                       {kMmp, kMmpResult, kMmp},         // option word
                       {kMmp, "setting 1 0"},            // main stream
@@ -137,11 +139,11 @@ TEST_P(CameraCalls, OfFramesAndSound)
     m_device->QueuePayload(0, Container({{kGray, Bytes(10)}}));
     m_device->QueuePayload(kEndOfFrame);
     ASSERT_TRUE(gray.WaitFor(1));
-    ASSERT_TRUE(WaitUntil([] { return CallLines().size() >= 2; }));
+    ASSERT_TRUE(WaitUntil([this] { return m_calls.Lines().size() >= 2; }));
     m_device->QueueAudio(std::vector<Bytes>(10, Bytes(96)));
     ASSERT_TRUE(pcm.WaitFor(1));
-    ASSERT_TRUE(WaitUntil([] { return CallLines().size() >= 3; }));
-    EXPECT_EQ(CallLines(), (Strings{kSubmitVideo, kSubmitVideo, kSubmitAudio}));
+    ASSERT_TRUE(WaitUntil([this] { return m_calls.Lines().size() >= 3; }));
+    EXPECT_EQ(m_calls.Lines(), (Strings{kSubmitVideo, kSubmitVideo, kSubmitAudio}));
     EXPECT_TRUE(m_camera->StopRecording());
     EXPECT_TRUE(m_camera->RemoveObserver(&gray));
     EXPECT_TRUE(m_camera->RemoveObserver(&pcm));
@@ -151,7 +153,7 @@ TEST_P(CameraCalls, OfTheEndOfARecording)
 {
     Start();
     ASSERT_TRUE(m_camera->StopRecording());
-    EXPECT_EQ(CallLines(), Joined({{kLed}, kStopAudio, kStopVideo}));
+    EXPECT_EQ(m_calls.Lines(), Joined({{kLed}, kStopAudio, kStopVideo}));
 }
 
 TEST_P(CameraCalls, OfADestruction)
@@ -160,7 +162,7 @@ TEST_P(CameraCalls, OfADestruction)
     ASSERT_TRUE(m_camera->StopRecording());
     m_bus.ClearCallLog();
     cam_destroy(m_camera.release());
-    EXPECT_EQ(CallLines(), Joined({{kLed, "setting 1 0"},
+    EXPECT_EQ(m_calls.Lines(), Joined({{kLed, "setting 1 0"},
                                    {"setting 1 0", "release_interface 1", "release_interface 0"},
                                    {"close", "exit"},
                                    {"release_interface 1", "close", "exit"}}));
@@ -170,7 +172,7 @@ TEST_P(CameraCalls, OfADestructionWhileRecording)
 {
     Start();
     cam_destroy(m_camera.release());
-    EXPECT_EQ(CallLines(), Joined({{kLed},
+    EXPECT_EQ(m_calls.Lines(), Joined({{kLed},
                                    kStopAudio,
                                    kStopVideo,
                                    {"setting 1 0", "release_interface 1", "release_interface 0"},

@@ -29,6 +29,7 @@ protected:
         ASSERT_EQ(m_transport->EnableStream(3, 4, 30), 0);
     }
 
+    SteadyCalls m_calls;
     std::unique_ptr<Transport> m_transport;
 };
 
@@ -39,7 +40,7 @@ TEST_P(VideoCalls, OfAnOpening)
     Open();
     char open[20];
     std::snprintf(open, sizeof open, "open %04x:%04x", CAM_VENDOR_ID, CAM_PRODUCT_ID);
-    EXPECT_THAT(CallLines(), ElementsAre(open, "get_device", "get_configuration",
+    EXPECT_THAT(m_calls.Lines(), ElementsAre(open, "get_device", "get_configuration",
                                          "kernel_driver_active 1", "kernel_driver_active 0",
                                          "claim_interface 1", "claim_interface 0", "setting 1 0"));
 }
@@ -49,7 +50,7 @@ TEST_P(VideoCalls, OfAStart)
     Open();
     m_bus.ClearCallLog();
     ASSERT_EQ(m_transport->EnableStream(3, 4, 30), 0);
-    EXPECT_THAT(CallLines(),
+    EXPECT_THAT(m_calls.Lines(),
                 ElementsAre("control 21 01 0100 0001 26 1000ms",
                             "control a1 83 0100 0001 26 1000ms",
                             "control a1 82 0100 0001 26 1000ms",
@@ -66,12 +67,12 @@ TEST_P(VideoCalls, OfPayloads)
     m_bus.ClearCallLog();
     m_camera->QueuePayload(0, Pattern(100, 1));
     m_camera->QueuePayload(kEof);
-    ASSERT_TRUE(WaitUntil([] { return CallLines().size() >= 2; }));
+    ASSERT_TRUE(WaitUntil([this] { return m_calls.Lines().size() >= 2; }));
     unsigned char* data = nullptr;
     unsigned int size = 0;
     ASSERT_EQ(m_transport->DequeFrameBuf(&data, &size), 100);
     m_transport->QueueFrameBuf();
-    EXPECT_THAT(CallLines(), ElementsAre(kSubmit, kSubmit));
+    EXPECT_THAT(m_calls.Lines(), ElementsAre(kSubmit, kSubmit));
 }
 
 TEST_P(VideoCalls, OfAStop)
@@ -79,7 +80,7 @@ TEST_P(VideoCalls, OfAStop)
     OpenAndStart();
     m_bus.ClearCallLog();
     m_transport->DisableStream();
-    EXPECT_THAT(CallLines(),
+    EXPECT_THAT(m_calls.Lines(),
                 ElementsAre("cancel_transfer", "cancel_transfer", "cancel_transfer", "setting 1 0",
                             "free_transfer", "free_transfer", "free_transfer", "setting 1 0"));
 }
@@ -90,7 +91,7 @@ TEST_P(VideoCalls, OfAClosing)
     m_transport->DisableStream();
     m_bus.ClearCallLog();
     m_transport.reset();
-    EXPECT_THAT(CallLines(),
+    EXPECT_THAT(m_calls.Lines(),
                 ElementsAre("release_interface 1", "release_interface 0", "close", "exit"));
 }
 

@@ -1,10 +1,14 @@
 #include "tests/video/usb_calls.h"
 
+#include <libusb.h>
+
 #include <cstdio>
 
 namespace {
 
+using vcam::standin::Bus;
 using vcam::standin::Call;
+using vcam::standin::When;
 
 template <typename... Arguments>
 std::string Text(const char* format, Arguments... arguments)
@@ -52,7 +56,7 @@ std::string Describe(const Call& call)
 std::vector<std::string> CallLines()
 {
     std::vector<std::string> lines;
-    for (const Call& call : vcam::standin::Bus::Instance().CallLog())
+    for (const Call& call : Bus::Instance().CallLog())
         lines.push_back(Describe(call));
     return lines;
 }
@@ -63,6 +67,39 @@ std::vector<std::string> CallLines(const std::string& word)
     for (std::string& line : CallLines())
         if (line.compare(0, word.size(), word) == 0)
             lines.push_back(std::move(line));
+    return lines;
+}
+
+SteadyCalls::SteadyCalls()
+{
+    m_completion_hook =
+        Bus::Instance().OnCall("completion", When::kBefore, [this](const Call& call) {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            if (call.status == LIBUSB_TRANSFER_TIMED_OUT)
+                m_timed_out.insert(call.transfer);
+        });
+    m_submission_hook =
+        Bus::Instance().OnCall("libusb_submit_transfer", When::kBefore, [this](const Call& call) {
+            const std::lock_guard<std::mutex> guard(m_mutex);
+            if (m_timed_out.erase(call.transfer) > 0)
+                m_repetitions.emplace(call.transfer, call.entered);
+        });
+}
+
+SteadyCalls::~SteadyCalls()
+{
+    Bus::Instance().RemoveHook(m_completion_hook);
+    Bus::Instance().RemoveHook(m_submission_hook);
+}
+
+std::vector<std::string> SteadyCalls::Lines() const
+{
+    std::vector<std::string> lines;
+    for (const Call& call : Bus::Instance().CallLog()) {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        if (m_repetitions.count({call.transfer, call.entered}) == 0)
+            lines.push_back(Describe(call));
+    }
     return lines;
 }
 

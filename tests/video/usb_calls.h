@@ -2,7 +2,10 @@
 #ifndef TESTS_VIDEO_USB_CALLS_H
 #define TESTS_VIDEO_USB_CALLS_H
 
+#include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/log_capture.h"
@@ -14,6 +17,28 @@ std::string Describe(const vcam::standin::Call& call);
 std::vector<std::string> CallLines();
 /// Those that begin with the word.
 std::vector<std::string> CallLines(const std::string& word);
+/// The recorded calls without those that a busy machine adds: transfers to
+/// which no data came in time are submitted again. For logs that begin while
+/// this lives; ends after the transports.
+class SteadyCalls {
+public:
+    SteadyCalls();
+    ~SteadyCalls();
+    SteadyCalls(const SteadyCalls&) = delete;
+    SteadyCalls& operator=(const SteadyCalls&) = delete;
+
+    std::vector<std::string> Lines() const;
+
+private:
+    using Submission = std::pair<const void*, vcam::TimeUs>;  ///< transfer, when
+
+    int m_completion_hook;
+    int m_submission_hook;
+    mutable std::mutex m_mutex;  // a leaf; guards everything below
+    std::set<const void*> m_timed_out;
+    std::set<Submission> m_repetitions;
+};
+
 /// Those that look through the device list or choose an alternate setting. A
 /// look is two lines.
 std::vector<std::string> LookAndSettingLines();
